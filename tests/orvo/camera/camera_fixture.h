@@ -1,0 +1,54 @@
+// A camera with settings that live in memory.
+#ifndef TESTS_CAMERA_CAMERA_FIXTURE_H
+#define TESTS_CAMERA_CAMERA_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "dev/camera.h"
+#include "orvo/camera/console.h"
+#include "orvo_inifiles/inifile.h"
+#include "orvo_proc_cimage/image.h"
+
+namespace test {
+
+class CameraFixture : public testing::Test
+{
+protected:
+    using Keys = std::map<std::string, std::string>;
+
+    static kt::ini::INIFile File(const Keys& keys)
+    {
+        kt::ini::INIFile ini("/nowhere/rig.ini", "CAMERA");
+        for (const auto& key : keys)
+            ini.set(key.first, key.second);
+        return ini;
+    }
+
+    static Keys Contents(const kt::ini::INIFile& ini)
+    {
+        Keys keys;
+        for (const std::string& key : ini.Keys())
+            ini.efind(key, keys[key]);
+        return keys;
+    }
+
+    void Load(const Keys& keys, hws::Version version = hws::Version::V1_1) { camera.LoadParams(File(keys), version); }
+
+    /// The keys after saving into a file that holds `keys`.
+    Keys Save(const Keys& keys, hws::Version version = hws::Version::V1_1)
+    {
+        kt::ini::INIFile ini = File(keys);
+        camera.SaveParams(ini, version);
+        return Contents(ini);
+    }
+
+    CConsole console;
+    dev::CCamera camera;
+};
+
+}  // namespace test
+
+#endif
