@@ -1,0 +1,74 @@
+// The driver "images": picture files as a camera.
+#include <dlfcn.h>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/noncopyable.hpp>
+#include <stdexcept>
+
+#include "capture/source.h"
+#include "images/decoder.h"
+#include "images/images_source.h"
+#include "images/plan.h"
+
+namespace images {
+
+namespace {
+
+/// The decoder of support/, beside this shared object; loaded once, and never unloaded, for the libraries behind it
+/// have threads of their own.
+CImagesSource::DecodeFunction LoadDecoder()
+{
+    Dl_info self;
+    if (::dladdr(reinterpret_cast<void*>(&orvo_capture_driver_1), &self) == 0)
+        throw std::runtime_error("images: found no path of the driver itself, wanted it to find its decoder");
+    const boost::filesystem::path path =
+        boost::filesystem::path(self.dli_fname).parent_path() / "support" / "images_decoder.so";
+    void* const library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* const function = library == nullptr ? nullptr : ::dlsym(library, "orvo_decode_picture_1");
+    if (function == nullptr)
+        throw std::runtime_error(std::string("images: found ") + ::dlerror() + ", wanted the picture decoder");
+    return reinterpret_cast<CImagesSource::DecodeFunction>(function);
+}
+
+class CImagesDriver : public capture::CDriver
+{
+public:
+    std::string Syntax() const override { return "images:GLOB"; }
+
+    std::string Description() const override
+    {
+        return "Picture files (JPEG, PNG, PGM, PPM, TIFF, BMP, raw) in natural order, 8 or 16 bits.";
+    }
+
+    std::vector<std::string> Keys() const override { return {kLoop, kFps, kStamps}; }
+
+    std::vector<capture::TFault> Check(const capture::TRequest& request) const override
+    {
+        std::vector<capture::TFault> faults;
+        ReadPlan(request, &faults);
+        return faults;
+    }
+
+    std::unique_ptr<capture::CSource> Open(const capture::TRequest& request) const override
+    {
+        std::vector<capture::TFault> faults;
+        const TPlan plan = ReadPlan(request, &faults);
+        if (!faults.empty()) {
+            std::string text;
+            for (const capture::TFault& fault : faults)
+                text += (text.empty() ? "" : "\n") + fault.key + ": found " + fault.found + ", wanted " + fault.wanted;
+            throw std::runtime_error(text);
+        }
+        return std::unique_ptr<capture::CSource>(new CImagesSource(plan, request.format, LoadDecoder()));
+    }
+};
+
+}  // namespace
+
+}  // namespace images
+
+capture::CDriver* orvo_capture_driver_1()
+{
+    static images::CImagesDriver driver;
+    return &driver;
+}

@@ -1,0 +1,127 @@
+#include "images/plan.h"
+
+#include <glob.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <system_error>
+
+#include "base/number_text.h"
+#include "images/natural_order.h"
+
+namespace images {
+
+const char* const kLoop = "LOOP";
+const char* const kFps = "FPS";
+const char* const kStamps = "STAMPS";
+
+namespace {
+
+/// Every file that matches, in natural order; folders are left out.
+std::vector<std::string> Match(const std::string& pattern)
+{
+    std::vector<std::string> files;
+    ::glob_t matches;
+    if (::glob(pattern.c_str(), GLOB_MARK | GLOB_NOSORT, nullptr, &matches) == 0) {
+        for (std::size_t i = 0; i < matches.gl_pathc; ++i) {
+            const std::string path = matches.gl_pathv[i];
+            if (path.back() != '/')
+                files.push_back(path);
+        }
+    }
+    ::globfree(&matches);
+    std::sort(files.begin(), files.end(), NaturalLess);
+    return files;
+}
+
+/// True, and the value, for a number of passes from 1.
+bool IsPasses(const std::string& text, std::uint64_t* passes)
+{
+    if (text.empty() || text.size() > 18 || !std::all_of(text.begin(), text.end(), IsDigit))
+        return false;
+    *passes = base::ParseNumber<unsigned long long>(text);
+    return *passes > 0;
+}
+
+bool IsRate(const std::string& text, double* fps)
+{
+    try {
+        *fps = base::ParseNumber<double>(text);
+        return *fps >= 0.001 && *fps <= 10000.0;
+    } catch (const boost::bad_lexical_cast&) {
+        return false;
+    }
+}
+
+bool IsStamps(const std::string& text, Stamps* stamps)
+{
+    if (text == "FILE TIME")
+        *stamps = Stamps::FileTime;
+    else if (text == "FILE NAME")
+        *stamps = Stamps::FileName;
+    else if (text == "CLOCK")
+        *stamps = Stamps::Clock;
+    else
+        return false;
+    return true;
+}
+
+void ReadKeys(const kt::ini::INIFile& settings, TPlan* plan, std::vector<capture::TFault>* faults)
+{
+    std::string text;
+    if (settings.efind(kLoop, text)) {
+        if (text == "TRUE")
+            plan->passes = 0;
+        else if (text != "FALSE" && !IsPasses(text, &plan->passes))
+            faults->push_back({kLoop, text, "TRUE, FALSE or a number of passes from 1"});
+    }
+    if (settings.efind(kFps, text) && !IsRate(text, &plan->fps))
+        faults->push_back({kFps, text, "frames per second, from 0.001 to 10000"});
+    if (settings.efind(kStamps, text) && !IsStamps(text, &plan->stamps))
+        faults->push_back({kStamps, text, "FILE TIME, FILE NAME or CLOCK"});
+}
+
+void LookAtFiles(const std::string& pattern, const TPlan& plan, std::vector<capture::TFault>* faults)
+{
+    if (plan.files.empty())
+        faults->push_back({"SOURCE", "no file that matches " + pattern, "at least one picture"});
+    for (const std::string& file : plan.files) {
+        if (::access(file.c_str(), R_OK) != 0)
+            faults->push_back({"SOURCE", file + ": " + std::generic_category().message(errno), "a readable file"});
+    }
+    if (plan.stamps != Stamps::FileName)
+        return;
+    // One file shows that the names are of another kind; the others would say the same.
+    const auto unnamed = std::find_if(plan.files.begin(), plan.files.end(),
+                                      [](const std::string& file) { return TimeOfName(file).is_not_a_date_time(); });
+    if (unnamed != plan.files.end())
+        faults->push_back(
+            {kStamps, "FILE NAME with " + *unnamed,
+             "file names that end in a time since 1970: seconds with a decimal point, or 10, 13, 16 or 19 "
+             "digits"});
+}
+
+}  // namespace
+
+TPlan ReadPlan(const capture::TRequest& request, std::vector<capture::TFault>* faults)
+{
+    TPlan plan;
+    ReadKeys(request.settings, &plan, faults);
+    plan.files = Match(request.location);
+    LookAtFiles(request.location, plan, faults);
+    return plan;
+}
+
+bool IsRaw(const std::string& file)
+{
+    for (const std::string extension : {".raw", ".bayer"}) {
+        if (file.size() > extension.size() &&
+            file.compare(file.size() - extension.size(), extension.size(), extension) == 0)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace images

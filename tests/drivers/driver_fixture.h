@@ -1,0 +1,142 @@
+// What tests of capture drivers need: a folder of picture files, a driver loaded as a host loads it, a sink that looks.
+#ifndef TESTS_DRIVERS_DRIVER_FIXTURE_H
+#define TESTS_DRIVERS_DRIVER_FIXTURE_H
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+#include <boost/noncopyable.hpp>
+#include <condition_variable>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "capture/source.h"
+#include "orvo_proc_cimage/image.h"
+
+namespace drivers_test {
+
+/// A folder of its own, gone with the object.
+class CFolder : private boost::noncopyable
+{
+public:
+    CFolder() : path_(boost::filesystem::temp_directory_path() / boost::filesystem::unique_path())
+    {
+        boost::filesystem::create_directories(path_);
+    }
+    ~CFolder()
+    {
+        boost::system::error_code ignored;
+        boost::filesystem::remove_all(path_, ignored);
+    }
+
+    std::string Path(const std::string& name) const { return (path_ / name).string(); }
+
+    std::string Write(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(Path(name), std::ios::binary) << bytes;
+        return Path(name);
+    }
+
+    /// A grey picture of 8 bits whose pixels all hold `value`.
+    std::string WritePgm(const std::string& name, unsigned int width, unsigned int height, char value) const
+    {
+        return Write(name, "P5\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n" +
+                               std::string(width * height, value));
+    }
+
+private:
+    const boost::filesystem::path path_;
+};
+
+/// The driver of that name out of the build tree.
+inline const capture::CDriver& LoadDriver(const std::string& name)
+{
+    void* const library = ::dlopen((ORVO_DRIVERS_DIR "/" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr)
+        throw std::runtime_error(::dlerror());
+    return *reinterpret_cast<decltype(&orvo_capture_driver_1)>(::dlsym(library, "orvo_capture_driver_1"))();
+}
+
+/// A camera's section in memory.
+inline kt::ini::INIFile Settings(const std::vector<std::pair<std::string, std::string>>& keys)
+{
+    kt::ini::INIFile settings("no file of this name", "CAM");
+    for (const auto& key : keys)
+        settings.set(key.first, key.second);
+    return settings;
+}
+
+/// Keeps what a source delivers, and may be told to act on a frame.
+class CFakeSink : public capture::CSink
+{
+public:
+    /// Called with each frame on the source's thread, after it was kept; false ends the run.
+    std::function<bool(const dev::TFrame<>&)> on_frame = [](const dev::TFrame<>&) { return true; };
+
+    void Offer(const dev::TFrame<>& frame) override
+    {
+        ++offered;
+        Keep(frame);
+    }
+    bool Push(const dev::TFrame<>& frame) override
+    {
+        ++pushed;
+        return Keep(frame);
+    }
+    void Lost(const std::string&, std::uint64_t count) override { lost += count; }
+
+    std::vector<dev::TFrame<>> frames;
+    std::size_t offered = 0;
+    std::size_t pushed = 0;
+    std::uint64_t lost = 0;
+
+private:
+    bool Keep(const dev::TFrame<>& frame)
+    {
+        frames.push_back(frame);
+        return on_frame(frame);
+    }
+};
+
+/// A host that is full until it is closed.
+class CFullSink : public capture::CSink
+{
+public:
+    void Offer(const dev::TFrame<>&) override {}
+    bool Push(const dev::TFrame<>&) override
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        waiting_ = true;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return closed_; });
+        return false;
+    }
+    void Lost(const std::string&, std::uint64_t) override {}
+
+    void AwaitPush()
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [this] { return waiting_; });
+    }
+    void Close()
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        closed_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool waiting_ = false;
+    bool closed_ = false;
+};
+
+}  // namespace drivers_test
+
+#endif
