@@ -1,0 +1,140 @@
+#include "rig/check.h"
+
+#include <fmt/format.h>
+#include <algorithm>
+#include <set>
+
+#include "rig/check_settings.h"
+#include "rig/check_tree.h"
+#include "rig/nearest.h"
+#include "rig/source.h"
+#include "system/console.h"
+#include "system/modules.h"
+
+namespace host {
+
+namespace {
+
+bool HasPose(const TDevice& device)
+{
+    return device.type != DeviceType::Device;
+}
+
+std::string RelativeTo(const TDevice& device)
+{
+    return HasPose(device) ? ValueOr(device.settings, "RELATIVE TO", {}) : std::string();
+}
+
+void AddRelativeFault(const TDevice& device, const std::string& found, const std::string& wanted,
+                      const std::string& suggestion, std::vector<TFault>& faults)
+{
+    faults.push_back({device.settings.Line("RELATIVE TO"), device.name, "RELATIVE TO", found, wanted, suggestion});
+}
+
+/// The devices that the pose of `device` leads through, itself first, until one is absolute or comes a second time.
+std::vector<const TDevice*> PoseChain(const TRig& rig, const TDevice& device)
+{
+    std::vector<const TDevice*> chain;
+    for (const TDevice* each = &device; each != nullptr; each = rig.Find(RelativeTo(*each))) {
+        const bool again = std::find(chain.begin(), chain.end(), each) != chain.end();
+        chain.push_back(each);
+        if (again)
+            break;
+    }
+    return chain;
+}
+
+void CheckRelativeTo(const TRig& rig, const TDevice& device, std::vector<TFault>& faults)
+{
+    const std::string name = RelativeTo(device);
+    if (name.empty())
+        return;
+    const TDevice* const target = rig.Find(name);
+    if (target == nullptr || !HasPose(*target)) {
+        if (std::find(rig.unread.begin(), rig.unread.end(), name) != rig.unread.end())
+            return;  // told of as a section without a type
+        std::vector<std::string> candidates;
+        for (const TDevice& each : rig.devices)
+            if (HasPose(each) && &each != &device)
+                candidates.push_back(each.name);
+        return AddRelativeFault(device, Quoted(name), "the name of a SENSOR or CAMERA section",
+                                Nearest(name, candidates), faults);
+    }
+    const auto chain = PoseChain(rig, device);
+    if (chain.size() > 1 && chain.back() == &device) {
+        std::string ring;
+        for (const TDevice* const each : chain)
+            ring += (ring.empty() ? "" : " -> ") + each->name;
+        AddRelativeFault(device, fmt::format("a ring: {}", ring), "poses that end at an absolute one", {}, faults);
+    }
+}
+
+/// True for keys whose faults change what plugins say of their options, so that these cannot be tried.
+bool ShapesTheImage(const std::string& key)
+{
+    static const std::set<std::string> keys = {"FB",
+                                               "CAMERA MODEL",
+                                               "DISTORTION MODEL",
+                                               "DISTORTION CENTER",
+                                               "DISTORTION K",
+                                               "DISTORTION K RATIO",
+                                               "OPTICAL CENTER",
+                                               "ANGULAR FOV",
+                                               "PIXEL FOCAL LENGTH"};
+    return keys.count(key) > 0;
+}
+
+/// Whether the camera may load its section for a trial. A bad pose has been told of and touches no plugin, so it is
+/// replaced in memory.
+bool MakeLoadable(const TDevice& camera, const std::vector<TFault>& faults)
+{
+    for (const TFault& fault : faults) {
+        if (fault.section != camera.name)
+            continue;
+        if (ShapesTheImage(fault.key))
+            return false;
+        if (fault.key == "POSITION" || fault.key == "ORIENTATION" || fault.key == "RELATIVE POSITION" ||
+            fault.key == "RELATIVE ORIENTATION")
+            camera.settings.set(fault.key, "0, 0, 0");
+    }
+    return true;
+}
+
+void CheckCamera(const TRig& rig, const TDevice& camera, CModules* modules, TCheck& check)
+{
+    std::vector<std::string> driver_keys;
+    const bool driver_known = modules != nullptr && CheckSource(rig, camera, *modules, driver_keys, check.faults);
+    CheckSettings(rig, camera, driver_known ? &driver_keys : nullptr, check.faults);
+
+    const bool try_lines = modules != nullptr && MakeLoadable(camera, check.faults);
+    if (modules != nullptr && !try_lines && !NodeLines(camera).empty())
+        check.notes.push_back(fmt::format(
+            "[{}] the options of its node lines were not tried, because of the faults above in its keys", camera.name));
+    CheckTree(rig, camera, modules, try_lines, check.faults);
+}
+
+}  // namespace
+
+TCheck CheckRig(const std::filesystem::path& file, CModules* modules, TRig* rig)
+{
+    const CConsole::CCapture quiet;
+    TCheck check;
+    *rig = ReadRig(file, check.faults);
+    for (const TDevice& device : rig->devices) {
+        if (device.type == DeviceType::Camera)
+            CheckCamera(*rig, device, modules, check);
+        else
+            CheckSettings(*rig, device, nullptr, check.faults);
+        CheckRelativeTo(*rig, device, check.faults);
+    }
+    SortByLine(check.faults);
+    return check;
+}
+
+TCheck CheckRig(const std::filesystem::path& file, CModules* modules)
+{
+    TRig rig;
+    return CheckRig(file, modules, &rig);
+}
+
+}  // namespace host

@@ -1,0 +1,222 @@
+#include "run/camera_run.h"
+
+#include <fmt/format.h>
+#include <boost/asio/post.hpp>
+
+#include "orvo_proc_cimage/image.h"
+#include "run/png_file.h"
+#include "system/console.h"
+
+namespace host {
+
+namespace asio = boost::asio;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr std::size_t most_messages = 16;  // different errors whose text a camera keeps; the rest is counted
+
+std::string DescriptorOf(const CRegion::ImagePtr& image)
+{
+    return image ? image->Descriptor() : "no picture";
+}
+
+}  // namespace
+
+CCameraRun::CCameraRun(std::string name, dev::CCamera& camera, std::unique_ptr<capture::CSource> source,
+                       asio::thread_pool& pool, CConsole& console, TCameraRunOptions options)
+    : name_(std::move(name)),
+      camera_(camera),
+      source_(std::move(source)),
+      console_(console),
+      options_(std::move(options)),
+      strand_(asio::make_strand(pool)),
+      queue_(
+          options_.frames, [this] { asio::post(strand_, [this] { Work(); }); },
+          [this] { asio::post(strand_, [this] { source_->Stop(); }); }),
+      root_(*camera.Preprocess_Find(dev::camera::CPreprocessorNode::Root)),
+      out_node_(*camera.Preprocess_OutNode()),
+      region_(camera),
+      nodes_(root_)
+{
+    root_.Observe(&nodes_);
+}
+
+CCameraRun::~CCameraRun()
+{
+    root_.Observe(nullptr);
+}
+
+void CCameraRun::Start()
+{
+    start_ = Clock::now();
+    try {
+        thread_ = std::thread([this] { Deliver(); });
+    } catch (const std::system_error& error) {
+        // The run ends as if the source had failed at once, so that the other cameras end in order.
+        failure_ = std::string("no thread for the source: ") + error.what();
+        queue_.End();
+    }
+}
+
+void CCameraRun::Stop(CFrameQueue::Ending ending)
+{
+    queue_.Close(ending);
+    source_->Stop();
+}
+
+void CCameraRun::Join()
+{
+    if (thread_.joinable())
+        thread_.join();
+}
+
+/// The source's thread.
+void CCameraRun::Deliver()
+{
+    try {
+        source_->Run(queue_);
+    } catch (const std::exception& error) {
+        failure_ = error.what();
+    } catch (...) {
+        failure_ = "unknown exception";
+    }
+    if (!failure_.empty())
+        console_.Say(fmt::format("{}: the source failed: {}", name_, failure_));
+    queue_.End();
+}
+
+/// On the strand, one frame per turn.
+void CCameraRun::Work()
+{
+    switch (queue_.Take(frame_)) {
+        case CFrameQueue::Taken::Frame:
+            Process();
+            frame_.image.reset();  // the buffer goes back before the next frame comes
+            asio::post(strand_, [this] { Work(); });
+            break;
+        case CFrameQueue::Taken::Empty:
+            break;
+        case CFrameQueue::Taken::End:
+            end_ = Clock::now();
+            done_ = true;
+            options_.on_done();
+            break;
+    }
+}
+
+void CCameraRun::Process()
+{
+    const CRegion::ImagePtr picture = region_.Of(frame_.image);
+    if (!picture)
+        return Drop(
+            "wrong format", "source",
+            fmt::format("found {}, wanted {} or its region", DescriptorOf(frame_.image), camera_.ImageFormat()));
+    frame_.image = picture;
+    nodes_.ClearFailed();
+    std::string message;
+    try {
+        return Run();
+    } catch (const std::exception& error) {
+        message = error.what();
+    } catch (...) {
+        message = "unknown exception";
+    }
+    const std::string where = nodes_.Failed() != nullptr ? nodes_.Failed()->name : "frame";
+    Drop("error in " + where, where, message);
+}
+
+/// One frame through the tree. Exceptions of plugins pass.
+void CCameraRun::Run()
+{
+    const std::uint64_t decimated = nodes_.Of(root_).decimated;
+    const std::uint64_t out_executed = nodes_.Of(out_node_).executed;
+    const auto begin = Clock::now();
+    camera_.Notify_Frame_Received_Async(frame_);
+    camera_.Preprocess(frame_);
+    const std::uint64_t ns = NanosecondsSince(begin);
+
+    if (nodes_.Of(root_).decimated != decimated) {
+        ++decimated_;
+        return;
+    }
+    ++executed_;
+    time_.Record(ns);
+    // A decimated output node still holds the picture of an earlier frame.
+    if (!options_.pictures.empty() && nodes_.Of(out_node_).executed != out_executed)
+        WritePicture();
+}
+
+void CCameraRun::WritePicture()
+{
+    const auto image = out_node_.Image("");
+    if (!image)
+        return;
+    try {
+        WritePng(options_.pictures / fmt::format("{:06}.png", frame_.counter1), *image);
+        ++pictures_;
+    } catch (const std::exception& error) {
+        ++pictures_failed_;
+        NoteError("output", error.what());
+    }
+}
+
+void CCameraRun::Drop(const std::string& reason, const std::string& where, const std::string& message)
+{
+    ++dropped_[reason];
+    ++failed_;
+    NoteError(where, message);
+}
+
+/// Tells of a new message once and counts its repetitions. Messages that differ from frame to frame must not fill the
+/// memory: beyond the first few they share one entry.
+void CCameraRun::NoteError(const std::string& where, const std::string& message)
+{
+    auto entry = errors_.find({where, message});
+    if (entry == errors_.end()) {
+        const bool keep = errors_.size() < most_messages;
+        entry = errors_
+                    .insert({keep ? std::pair(where, message)
+                                  : std::pair<std::string, std::string>("frame", "other errors"),
+                             0})
+                    .first;
+        if (keep || entry->second == 0)
+            console_.Say(fmt::format("{}: {}: {}", name_, entry->first.first, entry->first.second));
+    }
+    ++entry->second;
+}
+
+TProgress CCameraRun::Progress() const
+{
+    const CFrameQueue::TCounts counts = queue_.Counts();
+    return {name_, counts.delivered, executed_, counts.queue_full + counts.stopped + failed_, done_};
+}
+
+TCameraReport CCameraRun::Report() const
+{
+    const CFrameQueue::TCounts counts = queue_.Counts();
+    TCameraReport report;
+    report.name = name_;
+    report.seconds = std::chrono::duration<double>(end_ - start_).count();
+    report.frames = counts.delivered;
+    report.executed = executed_;
+    report.decimated = decimated_;
+    report.dropped = dropped_;
+    if (counts.queue_full > 0)
+        report.dropped[drop_queue_full] += counts.queue_full;
+    if (counts.stopped > 0)
+        report.dropped[drop_stopped] += counts.stopped;
+    report.lost = counts.lost;
+    report.time = TimesOf(time_);
+    for (const TNodeCounts& node : nodes_.Nodes())
+        report.nodes.push_back(
+            {node.name, node.level, node.frames, node.executed, node.decimated, node.failed, TimesOf(node.time)});
+    for (const auto& [error, count] : errors_)
+        report.errors.push_back({error.first, error.second, count});
+    report.pictures = pictures_;
+    report.pictures_failed = pictures_failed_;
+    report.failure = failure_;
+    return report;
+}
+
+}  // namespace host

@@ -1,0 +1,104 @@
+// One camera of a running rig: its source on a thread of its own, its tree on a strand of the pool.
+#ifndef HOST_RUN_CAMERA_RUN_H
+#define HOST_RUN_CAMERA_RUN_H
+
+#include <atomic>
+#include <boost/asio/strand.hpp>
+#include <boost/asio/thread_pool.hpp>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "capture/source.h"
+#include "dev/camera.h"
+#include "run/frame_queue.h"
+#include "run/live_lines.h"
+#include "run/region.h"
+#include "run/report.h"
+#include "run/tree_counts.h"
+
+namespace host {
+
+class CConsole;
+
+struct TCameraRunOptions
+{
+    std::uint64_t frames = 0;        ///< frames to take from the source; 0: all
+    std::filesystem::path pictures;  ///< folder for this camera's output pictures; empty: none are written
+    std::function<void()> on_done;   ///< called once, on the strand, after the last frame
+};
+
+/// The driver's thread does nothing but fill the queue; the strand takes one frame at a time out of it, and between two
+/// frames other cameras have their turn. The camera's tree is touched on the strand alone.
+///
+/// The life of a run: constructed, Start, on_done, Join, Report. Stop may come at any time after Start, from any
+/// thread.
+class CCameraRun
+{
+public:
+    /// The camera is loaded, with its tree; it and the pool must outlive the run.
+    CCameraRun(std::string name, dev::CCamera& camera, std::unique_ptr<capture::CSource> source,
+               boost::asio::thread_pool& pool, CConsole& console, TCameraRunOptions options);
+    ~CCameraRun();
+    CCameraRun(const CCameraRun&) = delete;
+    CCameraRun& operator=(const CCameraRun&) = delete;
+
+    void Start();
+    /// Ends the source; the frames that wait are still run, or dropped as "stopped".
+    void Stop(CFrameQueue::Ending ending);
+    /// Waits for the source's thread; after on_done that is no wait.
+    void Join();
+
+    /// On any thread.
+    TProgress Progress() const;
+    /// After Join.
+    TCameraReport Report() const;
+
+private:
+    void Deliver();
+    void Work();
+    void Process();
+    void Run();
+    void WritePicture();
+    void Drop(const std::string& reason, const std::string& where, const std::string& message);
+    void NoteError(const std::string& where, const std::string& message);
+
+    const std::string name_;
+    dev::CCamera& camera_;
+    const std::unique_ptr<capture::CSource> source_;
+    CConsole& console_;
+    const TCameraRunOptions options_;
+    boost::asio::strand<boost::asio::thread_pool::executor_type> strand_;
+    CFrameQueue queue_;
+    std::thread thread_;
+    std::string failure_;  ///< written by the source's thread before it ends the queue
+
+    // Of the strand.
+    dev::camera::CPreprocessorNode& root_;
+    const dev::camera::CPreprocessorNode& out_node_;
+    CRegion region_;
+    CTreeCounts nodes_;
+    dev::TFrame<> frame_;  ///< the one at work
+    std::uint64_t decimated_ = 0;
+    Reasons dropped_;
+    CHistogram time_;
+    std::map<std::pair<std::string, std::string>, std::uint64_t> errors_;  ///< by where and message
+    std::uint64_t pictures_ = 0;
+    std::uint64_t pictures_failed_ = 0;
+    std::chrono::steady_clock::time_point start_;
+    std::chrono::steady_clock::time_point end_;
+
+    // For Progress.
+    std::atomic<std::uint64_t> executed_{0};
+    std::atomic<std::uint64_t> failed_{0};
+    std::atomic<bool> done_{false};
+};
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,31 @@
+#include "run/live_lines.h"
+
+#include <fmt/format.h>
+#include <algorithm>
+
+namespace host {
+
+std::vector<std::string> CLiveLines::Next(std::chrono::steady_clock::time_point now,
+                                          const std::vector<TProgress>& cameras)
+{
+    const double seconds = std::chrono::duration<double>(now - last_time_).count();
+    last_time_ = now;
+    last_executed_.resize(cameras.size());
+    std::size_t width = 0;
+    for (const TProgress& camera : cameras)
+        width = std::max(width, camera.name.size());
+
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < cameras.size(); ++i) {
+        const TProgress& camera = cameras[i];
+        const double executed = static_cast<double>(camera.executed - last_executed_[i]);
+        last_executed_[i] = camera.executed;
+        const std::string rate =
+            camera.done ? "done" : fmt::format("{:.1f}/s", seconds > 0.0 ? executed / seconds : 0.0);
+        lines.push_back(fmt::format("{:<{}}  {:>9}  {:>8} frames  {:>8} executed  {:>6} dropped", camera.name, width,
+                                    rate, camera.frames, camera.executed, camera.dropped));
+    }
+    return lines;
+}
+
+}  // namespace host

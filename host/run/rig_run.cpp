@@ -1,0 +1,139 @@
+#include "run/rig_run.h"
+
+#include <algorithm>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+#include "run/camera_run.h"
+#include "system/console.h"
+
+namespace host {
+
+namespace {
+
+namespace asio = boost::asio;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds live_period(500);
+
+/// The main thread's part: signals, timers, and the count of the cameras that still run. The pool does the work.
+class CRigRun
+{
+public:
+    CRigRun(std::vector<TReadyCamera> cameras, const TRunLimits& limits, CConsole& console)
+        : console_(console),
+          pool_(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1,
+                                        std::max<std::size_t>(cameras.size(), 1))),
+          running_(cameras.size())
+    {
+        for (TReadyCamera& camera : cameras) {
+            TCameraRunOptions options;
+            options.frames = limits.frames;
+            options.pictures = limits.pictures.empty() ? limits.pictures : limits.pictures / camera.name;
+            options.on_done = [this] { asio::post(control_, [this] { OnCameraDone(); }); };
+            runs_.push_back(std::make_unique<CCameraRun>(camera.name, *camera.camera, std::move(camera.source), pool_,
+                                                         console, std::move(options)));
+        }
+        if (limits.seconds > 0.0)
+            AwaitEnd(limits.seconds);
+    }
+
+    TRunReport Run()
+    {
+        AwaitSignal();
+        if (console_.Terminal())
+            AwaitLive();
+        for (const auto& run : runs_)
+            run->Start();
+        if (!runs_.empty())
+            control_.run();
+        for (const auto& run : runs_)
+            run->Join();
+        pool_.join();
+        console_.ShowLive({});
+
+        TRunReport report;
+        report.interrupted = interrupted_;
+        for (const auto& run : runs_)
+            report.cameras.push_back(run->Report());
+        return report;
+    }
+
+private:
+    void StopAll(CFrameQueue::Ending ending)
+    {
+        for (const auto& run : runs_)
+            run->Stop(ending);
+    }
+
+    void OnCameraDone()
+    {
+        if (--running_ == 0)
+            control_.stop();
+    }
+
+    void AwaitSignal()
+    {
+        signals_.async_wait([this](const boost::system::error_code& error, int) {
+            if (error)
+                return;
+            if (interrupted_)
+                std::_Exit(Interrupted);
+            interrupted_ = true;
+            AwaitSignal();
+            console_.Say("stopping; once more to end at once");
+            StopAll(CFrameQueue::Ending::Drop);
+        });
+    }
+
+    void AwaitEnd(double seconds)
+    {
+        end_timer_.expires_after(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds)));
+        end_timer_.async_wait([this](const boost::system::error_code& error) {
+            if (!error)
+                StopAll(CFrameQueue::Ending::Finish);
+        });
+    }
+
+    void AwaitLive()
+    {
+        live_timer_.expires_after(live_period);
+        live_timer_.async_wait([this](const boost::system::error_code& error) {
+            if (error)
+                return;
+            std::vector<TProgress> progress;
+            for (const auto& run : runs_)
+                progress.push_back(run->Progress());
+            console_.ShowLive(live_.Next(Clock::now(), progress));
+            AwaitLive();
+        });
+    }
+
+    CConsole& console_;
+    asio::io_context control_{1};
+    asio::signal_set signals_{control_, SIGINT, SIGTERM};
+    asio::steady_timer end_timer_{control_};
+    asio::steady_timer live_timer_{control_};
+    CLiveLines live_{Clock::now()};
+    asio::thread_pool pool_;
+    std::vector<std::unique_ptr<CCameraRun>> runs_;
+    std::size_t running_;
+    bool interrupted_ = false;
+};
+
+}  // namespace
+
+TRunReport RunCameras(const std::string& rig, std::vector<TReadyCamera> cameras, const TRunLimits& limits,
+                      CConsole& console)
+{
+    TRunReport report = CRigRun(std::move(cameras), limits, console).Run();
+    report.rig = rig;
+    return report;
+}
+
+}  // namespace host

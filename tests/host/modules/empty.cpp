@@ -1,0 +1,1 @@
+// A shared object that is neither a driver nor a plugin library.
