@@ -1,7 +1,7 @@
 // What a capture driver is to a host: a shared object with one entry point that opens sources of frames.
 //
-// A rig names a source as "SCHEME:LOCATION", for instance "images:left*.jpg"; the host loads SCHEME.so from its folder of
-// drivers, calls its orvo_capture_driver() and lets the driver check the location or open it.
+// A rig names a source as "SCHEME:LOCATION", for instance "images:left*.jpg"; the host loads SCHEME.so from its folder
+// of drivers, calls its orvo_capture_driver_1() and lets the driver check the location or open it.
 #ifndef CAPTURE_SOURCE_H
 #define CAPTURE_SOURCE_H
 
@@ -19,9 +19,9 @@ namespace capture {
 /// What a source is asked for. The references are valid during the call alone.
 struct TRequest
 {
-    std::string location;           ///< behind the scheme, variables expanded, a relative path made absolute
+    std::string location;              ///< behind the scheme, variables expanded, a relative path made absolute
     const kt::ini::INIFile& settings;  ///< the camera's section, for the driver's own keys; read only
-    std::string format;             ///< the camera's "FB", "<pixel format> <width>x<height>"
+    std::string format;                ///< the camera's "FB", "<pixel format> <width>x<height>"
 };
 
 /// Something wrong with a key of the request, told the way the host tells its own.
@@ -55,9 +55,10 @@ class CSource
 public:
     virtual ~CSource() = default;
 
-    /// Delivers frames until the source ends or Stop() is called; runs on a thread of the host's. Frames carry the image
-    /// in the format of the request, a time stamp, and a sequence number that counts from 0 in counter1; `text` says where
-    /// the frame came from. Throws std::runtime_error when the source fails; what was delivered stays delivered.
+    /// Delivers frames until the source ends or Stop() is called; runs on a thread of the host's. Frames carry the
+    /// image in the format of the request, a time stamp, and a sequence number that counts from 0 in counter1; `text`
+    /// says where the frame came from. Throws std::runtime_error when the source fails; what was delivered stays
+    /// delivered.
     virtual void Run(CSink& sink) = 0;
 
     /// Makes Run() return soon, from any thread, before, during or after it.
@@ -70,8 +71,8 @@ class CDriver
 public:
     virtual ~CDriver() = default;
 
-    virtual std::string Syntax() const = 0;       ///< "images:GLOB"
-    virtual std::string Description() const = 0;  ///< one sentence
+    virtual std::string Syntax() const = 0;             ///< "images:GLOB"
+    virtual std::string Description() const = 0;        ///< one sentence
     virtual std::vector<std::string> Keys() const = 0;  ///< keys of the camera's section that it reads beside "SOURCE"
 
     /// Everything that can be known to be wrong without opening the source.

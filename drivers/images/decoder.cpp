@@ -62,23 +62,23 @@ void SwapRedAndBlue(cv::Mat* picture)
 TDecoded Decode(const unsigned char* bytes, std::size_t size, TPixels* pixels)
 {
     if (size == 0 || size > INT_MAX || IsCutJpeg(bytes, size))
-        return kNoPicture;
+        return no_picture;
     const cv::Mat file(1, static_cast<int>(size), CV_8UC1, const_cast<unsigned char*>(bytes));
     const CLender lender(*pixels);
     cv::Mat picture;
     picture.allocator = const_cast<CLender*>(&lender);
     if (cv::imdecode(file, cv::IMREAD_UNCHANGED, &picture).empty())
-        return kNoPicture;
+        return no_picture;
     if (picture.data != pixels->data) {
         pixels->width = static_cast<unsigned int>(picture.cols);
         pixels->height = static_cast<unsigned int>(picture.rows);
         pixels->channels = static_cast<unsigned int>(picture.channels());
         pixels->bits = static_cast<unsigned int>(8 * picture.elemSize1());
-        return kOtherShape;
+        return other_shape;
     }
     if (pixels->channels == 3 && pixels->red_first)
         pixels->bits == 8 ? SwapRedAndBlue<cv::Vec3b>(&picture) : SwapRedAndBlue<cv::Vec3w>(&picture);
-    return kDecoded;
+    return decoded;
 }
 
 }  // namespace
@@ -90,6 +90,6 @@ images::TDecoded orvo_decode_picture_1(const unsigned char* bytes, std::size_t s
     try {
         return images::Decode(bytes, size, pixels);
     } catch (...) {
-        return images::kNoPicture;
+        return images::no_picture;
     }
 }

@@ -21,9 +21,9 @@ struct TPixels
 
 enum TDecoded : int
 {
-    kDecoded = 0,    ///< the samples are in place
-    kNoPicture = 1,  ///< the bytes are no picture that can be read, or not the whole of one
-    kOtherShape = 2  ///< a picture of another shape, which `pixels` now tells; where the samples should have gone holds
+    decoded = 0,     ///< the samples are in place
+    no_picture = 1,  ///< the bytes are no picture that can be read, or not the whole of one
+    other_shape = 2  ///< a picture of another shape, which `pixels` now tells; where the samples should have gone holds
                      ///< anything
 };
 

@@ -40,7 +40,7 @@ public:
         return "Picture files (JPEG, PNG, PGM, PPM, TIFF, BMP, raw) in natural order, 8 or 16 bits.";
     }
 
-    std::vector<std::string> Keys() const override { return {kLoop, kFps, kStamps}; }
+    std::vector<std::string> Keys() const override { return {loop_key, fps_key, stamps_key}; }
 
     std::vector<capture::TFault> Check(const capture::TRequest& request) const override
     {

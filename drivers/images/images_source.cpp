@@ -155,11 +155,11 @@ void CImagesSource::ReadPicture(const std::string& file, cimage::CImage* image)
     TPixels pixels = shape_;
     pixels.data = image->Data();
     switch (decode_(bytes_.data(), bytes_.size(), &pixels)) {
-        case kDecoded:
+        case decoded:
             return;
-        case kNoPicture:
+        case no_picture:
             throw std::runtime_error(Mismatch(file, "no whole picture that can be decoded"));
-        case kOtherShape:
+        case other_shape:
             throw std::runtime_error(Mismatch(file, Describe(pixels)));
     }
 }

@@ -13,9 +13,9 @@
 
 namespace images {
 
-const char* const kLoop = "LOOP";
-const char* const kFps = "FPS";
-const char* const kStamps = "STAMPS";
+const char* const loop_key = "LOOP";
+const char* const fps_key = "FPS";
+const char* const stamps_key = "STAMPS";
 
 namespace {
 
@@ -71,16 +71,16 @@ bool IsStamps(const std::string& text, Stamps* stamps)
 void ReadKeys(const kt::ini::INIFile& settings, TPlan* plan, std::vector<capture::TFault>* faults)
 {
     std::string text;
-    if (settings.efind(kLoop, text)) {
+    if (settings.efind(loop_key, text)) {
         if (text == "TRUE")
             plan->passes = 0;
         else if (text != "FALSE" && !IsPasses(text, &plan->passes))
-            faults->push_back({kLoop, text, "TRUE, FALSE or a number of passes from 1"});
+            faults->push_back({loop_key, text, "TRUE, FALSE or a number of passes from 1"});
     }
-    if (settings.efind(kFps, text) && !IsRate(text, &plan->fps))
-        faults->push_back({kFps, text, "frames per second, from 0.001 to 10000"});
-    if (settings.efind(kStamps, text) && !IsStamps(text, &plan->stamps))
-        faults->push_back({kStamps, text, "FILE TIME, FILE NAME or CLOCK"});
+    if (settings.efind(fps_key, text) && !IsRate(text, &plan->fps))
+        faults->push_back({fps_key, text, "frames per second, from 0.001 to 10000"});
+    if (settings.efind(stamps_key, text) && !IsStamps(text, &plan->stamps))
+        faults->push_back({stamps_key, text, "FILE TIME, FILE NAME or CLOCK"});
 }
 
 void LookAtFiles(const std::string& pattern, const TPlan& plan, std::vector<capture::TFault>* faults)
@@ -98,7 +98,7 @@ void LookAtFiles(const std::string& pattern, const TPlan& plan, std::vector<capt
                                       [](const std::string& file) { return TimeOfName(file).is_not_a_date_time(); });
     if (unnamed != plan.files.end())
         faults->push_back(
-            {kStamps, "FILE NAME with " + *unnamed,
+            {stamps_key, "FILE NAME with " + *unnamed,
              "file names that end in a time since 1970: seconds with a decimal point, or 10, 13, 16 or 19 "
              "digits"});
 }

@@ -15,9 +15,9 @@ namespace images {
 ///   LOOP    TRUE (endless), FALSE (one pass, the default), or a number of passes from 1
 ///   FPS     frames per second from 0.001 to 10000; without it, as fast as the host takes them
 ///   STAMPS  FILE TIME (the default), FILE NAME or CLOCK
-extern const char* const kLoop;
-extern const char* const kFps;
-extern const char* const kStamps;
+extern const char* const loop_key;
+extern const char* const fps_key;
+extern const char* const stamps_key;
 
 struct TPlan
 {

@@ -10,7 +10,12 @@
 namespace base {
 
 /// What a line reports; printed as "[II]", "[WW]" and "[EE]".
-enum class Severity { Information, Warning, Error };
+enum class Severity
+{
+    Information,
+    Warning,
+    Error
+};
 
 /// Where a line comes from, cut out of the reporting function's full signature: from the "::" that precedes the last
 /// "::" before the last "(", up to that last "::", so that a member of dev::CCamera gives "::CCamera". Without an

@@ -22,11 +22,11 @@ ORVO_DEV_API std::string StreamText(const std::vector<double>& values);
 template <typename T>
 ORVO_DEV_API std::string ExactText(T value);
 
-/// The number that `text` holds as a whole: an optional sign, digits, and for floating point a fraction and an exponent,
-/// or "inf", "infinity", "nan", "nan(...)" in any case. No blanks. An unsigned type accepts "-" and wraps around. What is
-/// too small for a floating-point type becomes 0. Throws boost::bad_lexical_cast for anything else and for a value
-/// outside the type: what boost::lexical_cast takes in the classic locale, nothing more. Instantiated for the types of
-/// ExactText.
+/// The number that `text` holds as a whole: an optional sign, digits, and for floating point a fraction and an
+/// exponent, or "inf", "infinity", "nan", "nan(...)" in any case. No blanks. An unsigned type accepts "-" and wraps
+/// around. What is too small for a floating-point type becomes 0. Throws boost::bad_lexical_cast for anything else and
+/// for a value outside the type: what boost::lexical_cast takes in the classic locale, nothing more. Instantiated for
+/// the types of ExactText.
 template <typename T>
 ORVO_DEV_API T ParseNumber(const std::string& text);
 

@@ -10,8 +10,9 @@
 namespace base {
 
 template <typename Signature>
-using Signal = typename boost::signals2::signal_type<
-    Signature, boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>>::type;
+using Signal =
+    typename boost::signals2::signal_type<Signature,
+                                          boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>>::type;
 
 /// Base of an object whose slots, connected through boost::bind, end with it.
 using Trackable = boost::signals2::trackable;

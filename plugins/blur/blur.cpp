@@ -10,7 +10,7 @@ namespace ops {
 
 namespace {
 
-const int kMaxRadius = 255;
+const int max_radius = 255;
 
 class Blur : public COperation
 {
@@ -19,8 +19,8 @@ class Blur : public COperation
         const COptions options = Options({"radius", "sigma"});
         if (!options.Has("radius") && !options.Has("sigma"))
             options.Refuse("radius", "radius, sigma or both");
-        sigma_ = options.Number("sigma", 0.0, 0.01, kMaxRadius / 3.0);
-        radius_ = options.Whole("radius", static_cast<int>(std::ceil(3.0 * sigma_)), 1, kMaxRadius);
+        sigma_ = options.Number("sigma", 0.0, 0.01, max_radius / 3.0);
+        radius_ = options.Whole("radius", static_cast<int>(std::ceil(3.0 * sigma_)), 1, max_radius);
         if (!options.Has("sigma"))
             sigma_ = 0.3 * (radius_ - 1) + 0.8;
     }

@@ -9,15 +9,7 @@ namespace ops {
 
 namespace {
 
-const std::string kDefaultOutput;
-
-bool HaveSameGeometry(const cimage::CImage& a, const cimage::CImage& b)
-{
-    return &a.Format() == &b.Format() && a.Width() == b.Width() && a.Height() == b.Height() &&
-           a.Grid().scale_x == b.Grid().scale_x && a.Grid().scale_y == b.Grid().scale_y &&
-           a.Grid().offset_x == b.Grid().offset_x && a.Grid().offset_y == b.Grid().offset_y &&
-           a.Grid().rectified == b.Grid().rectified;
-}
+const std::string default_output;
 
 }  // namespace
 
@@ -51,24 +43,24 @@ void COperation::On_Output_Change()
 void COperation::LayOut()
 {
     // Without an output until Layout() has succeeded: a refused geometry is refused again with the next frame.
-    images_.erase(kDefaultOutput);
+    images_.erase(default_output);
     const boost::shared_ptr<cimage::CImage> output = Layout(*source_);
     hands_on_ = output == nullptr;
-    images_[kDefaultOutput] = hands_on_ ? source_ : output;
+    images_[default_output] = hands_on_ ? source_ : output;
 }
 
 void COperation::On_Execute(const ImagePtr& image)
 {
-    if (!HaveSameGeometry(*source_, *image))
+    if (!source_->IsLike(*image))
         SetSource(image);
-    if (IsOutdated(*image) || images_.count(kDefaultOutput) == 0)
+    if (IsOutdated(*image) || images_.count(default_output) == 0)
         LayOut();
 
     if (hands_on_) {
-        images_[kDefaultOutput] = image;
+        PassOn(image);
     } else {
         // The base class renewed the output for this frame, or LayOut() made it: nobody else has it yet.
-        const auto output = boost::const_pointer_cast<cimage::CImage>(images_[kDefaultOutput]);
+        const auto output = boost::const_pointer_cast<cimage::CImage>(images_[default_output]);
         cv::Mat pixels = MatOf(output.get());
         Run(MatOf(*image), pixels);
         if (pixels.data != output->Data())

@@ -10,7 +10,7 @@ namespace ops {
 
 namespace {
 
-const int kMaxSize = 65535;
+const int max_side = 65535;
 
 class Resize : public COperation
 {
@@ -22,10 +22,10 @@ class Resize : public COperation
             Refuse(options.Has("scale") || options.Has("size") ? "more than one way to say the size" : "no size",
                    wanted);
         scale_ = options.Number("scale", 0.0, 0.001, 1000.0);
-        width_ = options.Whole("width", 0, 1, kMaxSize);
-        height_ = options.Whole("height", 0, 1, kMaxSize);
+        width_ = options.Whole("width", 0, 1, max_side);
+        height_ = options.Whole("height", 0, 1, max_side);
         if (options.Has("size")) {
-            const std::vector<int> size = options.Wholes("size", 2, "x", 1, kMaxSize, "WIDTHxHEIGHT in pixels");
+            const std::vector<int> size = options.Wholes("size", 2, "x", 1, max_side, "WIDTHxHEIGHT in pixels");
             width_ = size[0];
             height_ = size[1];
         }
@@ -39,7 +39,7 @@ class Resize : public COperation
         if (kind != Kind::Grey && kind != Kind::Colour)
             RefuseFormat(input, "a grey or colour format (after Demosaic or Gray)");
         const cv::Size size = OutputSize(input);
-        if (size.width < 1 || size.width > kMaxSize || size.height < 1 || size.height > kMaxSize)
+        if (size.width < 1 || size.width > max_side || size.height < 1 || size.height > max_side)
             Refuse("a result of " + std::to_string(size.width) + "x" + std::to_string(size.height),
                    "1x1 to 65535x65535");
         const auto output = input.New(static_cast<unsigned int>(size.width), static_cast<unsigned int>(size.height));

@@ -8,16 +8,16 @@ namespace ops {
 
 namespace {
 
-const int kSamples = 4096;  // between them straight lines: right to a thousandth of a pixel, but for the very fold
-const float kOutside = -10000.0F;  // still a 16-bit coordinate, and outside of every picture
+const int sample_count = 4096;  // between them straight lines: right to a thousandth of a pixel, but for the very fold
+const float outside = -10000.0F;  // still a 16-bit coordinate, and outside of every picture
 
 }  // namespace
 
-CDivision::CDivision(const std::vector<double>& k, double limit) : k_(k), step_(limit / kSamples)
+CDivision::CDivision(const std::vector<double>& k, double limit) : k_(k), step_(limit / sample_count)
 {
-    undistorted_.reserve(kSamples + 1);
+    undistorted_.reserve(sample_count + 1);
     undistorted_.push_back(0.0);
-    for (int i = 1; i <= kSamples; ++i) {
+    for (int i = 1; i <= sample_count; ++i) {
         // Beyond a pole or a fold the model tells nothing of a lens.
         const double divisor = Divisor(i * step_);
         if (!(divisor > 0.0) || !(i * step_ / divisor > undistorted_.back()))
@@ -63,7 +63,7 @@ void MapDivision(const TLens& lens, const cv::Point2d& focal, const cv::Point2d&
             const double undistorted = std::hypot(undistorted_x, undistorted_y);
             const double distorted = division.Distort(undistorted);
             if (distorted < 0.0) {
-                row[x] = cv::Vec2f(kOutside, kOutside);
+                row[x] = cv::Vec2f(outside, outside);
                 continue;
             }
             const double ratio = undistorted > 0.0 ? distorted / undistorted : 1.0;
