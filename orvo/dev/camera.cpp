@@ -103,6 +103,7 @@ void CCamera::On_RoIChanged(const camera::CRoI& roi)
     std::ostringstream region;
     region << roi;
     base::Log(base::Severity::Information, BOOST_CURRENT_FUNCTION,
+              // The leading blank is part of the line, on purpose.
               " Changing RoI\n\t" + region.str() + "\n\tParams: " + Text(Params()));
 
     if (!prototype_)
@@ -140,20 +141,26 @@ CPreprocessorNode* CCamera::Preprocess_Add(const std::string& line)
 void CCamera::Preprocess_Del(const std::string& name)
 {
     const Lock lock(mutex_);
-    CPreprocessorNode& node = Find(name);
+    // Remove() asks as well, but of the root it looks at the name alone.
+    if (!MayGo(Find(name)))
+        return;
+    root_->Remove(name);
+    CollectSources();
+}
+
+bool CCamera::MayGo(const CPreprocessorNode& node)
+{
     if (&node == out_node_) {
         base::Log(base::Severity::Warning, BOOST_CURRENT_FUNCTION,
                   "This is the current output node and cannot be deleted");
-        return;
+        return false;
     }
-    const bool recorded = &node == rec_out_node_ && &node != root_ && node.SubNodes().empty();
-    root_->Remove(name);
-    if (recorded) {
+    if (&node == rec_out_node_ && &node != root_ && node.SubNodes().empty()) {
         rec_out_node_ = root_;
         base::Log(base::Severity::Warning, BOOST_CURRENT_FUNCTION,
-                  "The recording output node " + name + " is gone: recording takes " + root_->Name() + " now");
+                  "The recording output node " + node.Name() + " goes: recording takes " + root_->Name() + " now");
     }
-    CollectSources();
+    return true;
 }
 
 CPreprocessorNode* CCamera::Preprocess_Find(const std::string& name)

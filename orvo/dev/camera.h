@@ -3,8 +3,8 @@
 //
 // The life of a camera: constructed, LoadParams, On_Initialization, frames through Notify_Frame_Received_Async and
 // Preprocess, On_ShutDown, destroyed. The tree has its root from the start; LoadParams gives the root its geometry, and
-// from then on nodes can be added. After On_ShutDown the tree is gone: a call that needs it stops the process. Shutting
-// down twice, or never, is fine.
+// from then on nodes can be added (after a later LoadParams they see the new geometry with the next frame). After
+// On_ShutDown the tree is gone: a call that needs it stops the process. Shutting down twice, or never, is fine.
 //
 // Thread rule: one mutex guards the tree and the output nodes; the calls that take it say so. It is held while a frame
 // runs, so a plugin must not make such a call on its own camera. Everything else expects one thread at a time.
@@ -53,8 +53,8 @@ public:
     /// number; what was read before stays, so load again. A bad "ROI" is a warning and gives the full frame.
     void LoadParams(const kt::ini::INIFile& ini, hws::Version version);
     /// Saves the sensor's part, then the camera's keys. Measured values that the file already holds stay as they are;
-    /// region and distortion are never written: both on purpose. "FB" is the text that was loaded. Throws
-    /// std::logic_error before the first LoadParams.
+    /// a default that LoadParams recorded in it counts as one. Region and distortion are never written: all on purpose.
+    /// "FB" is the text that was loaded. Throws std::logic_error before the first LoadParams.
     void SaveParams(kt::ini::INIFile& ini, hws::Version version);
 
     const camera::CRoI& RoI() const { return roi_; }
@@ -86,8 +86,8 @@ public:
     void Notify_Frame_Received_Async(const TFrame<>& frame);
     void Do_On_Frame_AsyncReceived(const boost::function<void(const TFrame<>&)>& callback);
 
-    /// Runs the frame's image through the tree, under the mutex. Exceptions of plugins pass. A frame without an image
-    /// reaches the root alone.
+    /// Runs the frame's image through the tree, under the mutex. The tree holds the image until the next frame, or
+    /// until On_ShutDown. Exceptions of plugins pass. A frame without an image reaches the root alone.
     void Preprocess(const TFrame<>& frame);
 
     // The tree; each call takes the mutex.
@@ -97,7 +97,8 @@ public:
     /// Removes a leaf. The output node stays, with a warning; removing the recording-output node puts the recording
     /// output back to the root, with a warning. Throws name_not_found and changes nothing for an unknown name.
     void Preprocess_Del(const std::string& name);
-    /// The node of that name, or null. "Source" is the root.
+    /// The node of that name, or null. "Source" is the root. The pointer holds until the node is removed, or until
+    /// On_ShutDown.
     camera::CPreprocessorNode* Preprocess_Find(const std::string& name);
     camera::CPreprocessorNode* Preprocess_OutNode();
     /// Chooses the output node, at first the root, and makes OutFrame() from its default image; a node that has none
@@ -138,6 +139,10 @@ private:
     void LoadProjection(const kt::ini::INIFile& ini);
     void LoadFocalLength(const kt::ini::INIFile& ini, hws::Version version);
     camera::CPreprocessorNode& Find(const std::string& name);
+    /// Called by the tree before it removes a node: false, with a warning, for the output node; the recording output
+    /// leaves a leaf for the root.
+    bool MayGo(const camera::CPreprocessorNode& node);
+    friend class camera::CPreprocessorNode;
 
     std::array<TFrame<>, 4> frames_;
     TFrame<> out_frame_;

@@ -52,7 +52,7 @@ void CDevice::On_Initialization()
     ui::wgt::GridSizer grid(0, 0);
     grid.HExpand(1).VExpand(1);
     unsigned int row = 0;
-    // The interface is left out on purpose: it names the way the host reached the device, which is not the user's.
+    // The interface is left out on purpose; the panel shows what a settings file holds, and the name.
     for (const char* key : {"Name", "Vendor", "Model", "Serial", "Description"}) {
         // Bound by functions, not by address: a property that was never set has no text of its own to write to.
         ui::var::TBase<ui::detail::value<std::string>> text;

@@ -20,11 +20,10 @@ namespace dev {
 
 std::pair<double, double> ParsePair(const std::string& text)
 {
-    const std::vector<std::string> tokens = base::Tokens(text, " \t,");
-    if (tokens.size() < 2)
+    const std::vector<double> numbers = base::ParseNumbers(text);
+    if (numbers.size() < 2)
         throw std::runtime_error("found \"" + text + "\", wanted two numbers");
-    const double first = base::ParseNumber<double>(tokens[0]);
-    return {first, base::ParseNumber<double>(tokens[1])};
+    return {numbers[0], numbers[1]};
 }
 
 }  // namespace dev

@@ -33,8 +33,8 @@ extern template ORVO_DEV_API void INIFile::Set<std::string>(const std::string&, 
 
 namespace dev {
 
-/// Two numbers, split at blanks, tabs and commas; what follows the second is not looked at. Throws
-/// boost::bad_lexical_cast for a token that is no number and std::runtime_error naming the text for fewer than two.
+/// Two numbers, split at blanks, tabs and commas; numbers behind the second are not used. Throws
+/// boost::bad_lexical_cast for any token that is no number and std::runtime_error naming the text for fewer than two.
 ORVO_DEV_API std::pair<double, double> ParsePair(const std::string& text);
 
 }  // namespace dev

@@ -33,6 +33,16 @@ public:
         throw std::runtime_error("choice::InternalValueToIndex unimplemented");
     }
 
+    /// The position of the current value, alone in `indices`.
+    virtual void GetByIndex(std::vector<int>& indices) const { indices.assign(1, InternalValueToIndex(this->Fetch())); }
+
+    /// Sets the value at each of the positions in order, so that the last one stays; none at all sets nothing.
+    virtual void SetByIndex(const std::vector<int>& indices, int channel)
+    {
+        for (const int index : indices)
+            this->Store(IndexToInternalValue(index), channel);
+    }
+
     /// The value of the first label that matches exactly.
     Internal LabelToInternalValue(const Label& label) const
     {
@@ -50,16 +60,6 @@ public:
             throw std::runtime_error("InternalValueToLabel: missing value '" + text<Internal>::From(value) +
                                      "' in list");
         return labels_.at(static_cast<std::size_t>(index));
-    }
-
-    /// The position of the current value, alone in `indices`.
-    void GetByIndex(std::vector<int>& indices) const { indices.assign(1, InternalValueToIndex(this->Fetch())); }
-
-    /// Sets the value at each of the positions in order, so that the last one stays; none at all sets nothing.
-    void SetByIndex(const std::vector<int>& indices, int channel)
-    {
-        for (const int index : indices)
-            this->Store(IndexToInternalValue(index), channel);
     }
 
     std::string GetTypeID() const override { return var::types::collection<Label>::type_name(); }

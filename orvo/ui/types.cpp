@@ -4,6 +4,7 @@
 #include <boost/archive/polymorphic_oarchive.hpp>
 #include <boost/serialization/string.hpp>
 #include <boost/serialization/vector.hpp>
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -37,6 +38,19 @@ template <>
 std::string TRow<float>::Name()
 {
     return "float";
+}
+
+// The sign of a not-a-number tells nobody anything.
+template <>
+std::string TRow<double>::From(double value)
+{
+    return std::isnan(value) ? "nan" : base::ExactText(value);
+}
+
+template <>
+std::string TRow<float>::From(float value)
+{
+    return std::isnan(value) ? "nan" : base::ExactText(value);
 }
 
 template <typename T>

@@ -75,6 +75,7 @@ void Plugin::Initialize()
 
 void Plugin::Execute(const ImagePtr& image)
 {
+    renewed_ = nullptr;
     // The empty name of the default output sorts first.
     auto output = images_.begin();
     if (output != images_.end() && output->first.empty()) {
@@ -94,12 +95,12 @@ void Plugin::RenewDefault(ImagePtr& output)
 {
     const cimage::CImage& old = *output;
     const std::type_info& maker = typeid(old);
-    if (spare_ && spare_maker_ == &maker && spare_.use_count() == 1 && spare_->IsLike(old)) {
+    if (spare_ && renewed_by_ == &maker && spare_.use_count() == 1 && spare_->IsLike(old))
         output = std::move(spare_);
-        return;
-    }
-    spare_maker_ = &maker;
-    output = old.New(old.Width(), old.Height());
+    else
+        output = old.New(old.Width(), old.Height());
+    renewed_by_ = &maker;
+    renewed_ = output.get();
 }
 
 void Plugin::PassOn(const ImagePtr& image)
@@ -109,7 +110,10 @@ void Plugin::PassOn(const ImagePtr& image)
         images_[std::string()] = image;
         return;
     }
-    spare_ = std::move(output->second);
+    // Anything else under the name came from outside, and others may write to it or wait for it.
+    if (output->second.get() == renewed_)
+        spare_ = std::move(output->second);
+    renewed_ = nullptr;
     output->second = image;
 }
 

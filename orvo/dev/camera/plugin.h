@@ -119,8 +119,9 @@ protected:
 private:
     void RenewDefault(ImagePtr& output);
 
-    ImagePtr spare_;                               ///< renewed and passed over: as good as new, or null
-    const std::type_info* spare_maker_ = nullptr;  ///< the class whose New() made it
+    ImagePtr spare_;                              ///< renewed and passed over: as good as new, or null
+    const cimage::CImage* renewed_ = nullptr;     ///< the default output as this frame renewed it, or null
+    const std::type_info* renewed_by_ = nullptr;  ///< the class whose New() made it, and so the spare
 };
 
 namespace plugin {

@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "base/number_text.h"
 #include "base/require.h"
+#include "dev/camera.h"
 #include "dev/camera/plugin_factory.h"
 
 namespace dev {
@@ -66,11 +67,6 @@ CNodeObserver::~CNodeObserver() = default;
 
 const std::string CPreprocessorNode::Root("Source");
 
-const char* CPreprocessorNode::name_not_found::what() const noexcept
-{
-    return "no preprocessor node of that name";
-}
-
 CPreprocessorNode::CPreprocessorNode() : CPreprocessorNode(nullptr) {}
 
 CPreprocessorNode::CPreprocessorNode(CPreprocessorNode* parent) : page_(std::string()), parent_(parent) {}
@@ -84,24 +80,28 @@ CPreprocessorNode::~CPreprocessorNode()
 void CPreprocessorNode::SetOperation(const std::string& operation, const std::string& name, const std::string& options)
 {
     try {
+        // The node changes once all is well: one that runs keeps its plugin when the new one fails.
+        boost::shared_ptr<Plugin> made;
+        float factor = fps_factor_;
         if (operation == "Identity") {
             // Takes the root's name and no options, wherever in the tree it stands, on purpose.
-            name_ = Root;
-            plugin_.reset(new plugin::Root);
+            made.reset(new plugin::Root);
         } else {
             const auto* create = PluginSingleton::Instance().Find(operation);
             if (!create)
                 throw std::runtime_error("plugin allocator not found");
-            name_ = name;
-            plugin_.reset((*create)());
-            if (!plugin_)
+            made.reset((*create)());
+            if (!made)
                 throw std::runtime_error("plugin allocator of " + operation + " made no plugin");
-            plugin_->SetOperation(operation, options);
+            made->SetOperation(operation, options);
         }
-        plugin_->Rename(name_);
-        const auto factor = plugin_->Options().find("fps_factor");
-        if (factor != plugin_->Options().end())
-            fps_factor_ = ParseFpsFactor(factor->second);
+        const auto option = made->Options().find("fps_factor");
+        if (option != made->Options().end())
+            factor = ParseFpsFactor(option->second);
+        made->Rename(operation == "Identity" ? Root : name);
+        name_ = made->Name();
+        fps_factor_ = factor;
+        plugin_.swap(made);
         page_.Label(name_);
     } catch (const std::exception&) {
         // Said of every failure here, a bad option's too, on purpose.
@@ -125,18 +125,16 @@ CPreprocessorNode* CPreprocessorNode::Add(const std::string& line)
             throw std::runtime_error("Cannot add this node: another node named " + parsed.name + " already exists.");
         source = find(parsed.source);
         if (!source)
-            throw std::runtime_error("Source node must exists");
+            throw std::runtime_error("Source node must exists");  // sic, on purpose: programs look for these words
 
         source->sub_nodes_.nodes_.emplace_back(source);
         appended = true;
         CPreprocessorNode& node = source->sub_nodes_.nodes_.back();
         node.SetOperation(parsed.operation, parsed.name, parsed.options);
-        if (source->plugin_) {
-            const ImagePtr image = source->Image(std::string());
-            if (!image)
-                throw std::runtime_error("Source node " + parsed.source + " has no default output yet");
-            node.SetSource(image);
-        }
+        const ImagePtr image = source->plugin_ ? source->Image(std::string()) : ImagePtr();
+        if (!image)
+            throw std::runtime_error("Source node " + parsed.source + " has no default output yet");
+        node.SetSource(image);
         if (camera_)
             node.Control(*camera_);
         node.Initialize();
@@ -147,7 +145,7 @@ CPreprocessorNode* CPreprocessorNode::Add(const std::string& line)
     } catch (const std::exception& error) {
         failure = error.what();
     } catch (...) {
-        failure = "Unknown exception catched adding Node";
+        failure = "Unknown exception catched adding Node";  // sic, on purpose
     }
     base::Log(base::Severity::Error, BOOST_CURRENT_FUNCTION, failure);
     // Not a removal: the children that SubNodes() reports stay as they were.
@@ -159,10 +157,8 @@ CPreprocessorNode* CPreprocessorNode::Add(const std::string& line)
 /// Puts what the plugin shows on a page of its own, below this root's page.
 void CPreprocessorNode::AddPage(CPreprocessorNode& node)
 {
-    ui::wgt::Widget sizer("hsizer");
-    sizer.HExpand(1).VExpand(1);
+    ui::wgt::Widget sizer = ui::wgt::Expanding("hsizer");
     sizer.Add(node.plugin_->Page());
-    node.page_ = ui::wgt::Page(node.name_);
     node.page_.Add(sizer);
     page_.Add(node.page_);
 }
@@ -176,6 +172,8 @@ void CPreprocessorNode::Remove(const std::string& name)
     const Found found = _find(name);
     if (!found.node)
         throw name_not_found();
+    if (camera_ && !camera_->MayGo(*found.node))
+        return;
     if (!found.node->sub_nodes_.empty())
         return;
     base::Log(base::Severity::Information, BOOST_CURRENT_FUNCTION, "Removing preprocessor node " + name);

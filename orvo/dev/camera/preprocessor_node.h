@@ -68,11 +68,9 @@ public:
     /// The reserved name of the root, "Source".
     static const std::string Root;
 
-    /// A named node does not exist.
+    /// A named node does not exist. Carries no message.
     class ORVO_DEV_API name_not_found : public std::exception
     {
-    public:
-        const char* what() const noexcept override;
     };
 
     /// An empty node: no name, no plugin, PAR and fps factor 1.
@@ -80,9 +78,10 @@ public:
     explicit CPreprocessorNode(CPreprocessorNode* parent);
     ~CPreprocessorNode();
 
-    /// Gives the node its plugin. "Identity" makes a root plugin and the name "Source", whatever `name` says, on
-    /// purpose. On an error it logs, lists the registered operations and throws on: std::runtime_error for an operation
-    /// that nobody registered, or an "fps_factor" that is no number, is negative or is not finite.
+    /// Gives the node its plugin, which then wants SetSource, Control and Initialize; a failure leaves the node as it
+    /// was. "Identity" makes a root plugin and the name "Source", whatever `name` says, on purpose. On an error it
+    /// logs, lists the registered operations and throws on: std::runtime_error for an operation that nobody registered,
+    /// or an "fps_factor" that is no number, is negative or is not finite.
     void SetOperation(const std::string& operation, const std::string& name, const std::string& options);
 
     /// Adds the node that a line "Operation Dst Src [Params]" describes, anywhere below this root, and lays its page
@@ -91,11 +90,22 @@ public:
     /// a camera map is for the caller to Connect.
     CPreprocessorNode* Add(const std::string& line);
 
-    /// Removes a leaf. "Source" is only logged, a node with children silently stays. Throws name_not_found.
+    /// Removes a leaf. "Source" is only logged, a node with children silently stays, on purpose:
+    /// a subtree goes leaf by leaf. On a camera's tree use CCamera::Preprocess_Del, which takes the mutex; the camera's
+    /// output node stays here too. Throws name_not_found.
     void Remove(const std::string& name);
 
     /// The node of that name in this subtree, depth first, or null. "Source" is always this node.
     CPreprocessorNode* find(const std::string& name);
+
+    /// The same, and where the node stands.
+    struct Found
+    {
+        CPreprocessorNode* node;       ///< null when there is none of that name
+        CSubNodes::iterator position;  ///< in its parent's list; meaningless for the node searched from
+    };
+    Found _find(const std::string& name);
+
     bool HasNode(const std::string& name) { return find(name) != nullptr; }
 
     /// Runs the subtree on one frame: each node adds its fps factor to a sum and runs when that reaches 1, then hands
@@ -136,12 +146,6 @@ public:
     ui::win::CWindow& Wnd(const std::string& name);
 
 private:
-    struct Found
-    {
-        CPreprocessorNode* node;
-        CSubNodes::iterator position;  ///< in its parent's list; meaningless for the node searched from
-    };
-    Found _find(const std::string& name);
     void AddPage(CPreprocessorNode& node);
     void ExecuteObserved(const ImagePtr& image);
 

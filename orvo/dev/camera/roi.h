@@ -31,7 +31,8 @@ public:
     /// for one or three tokens or none, both leaving the region unchanged; then checked.
     void Resize(const std::string& geometry);
 
-    /// Throws std::runtime_error for the first rule broken: at least two pixels wide and high; the start and the extent
+    /// Throws std::runtime_error for the first rule broken: at least two pixels wide and high (a line
+    /// one pixel wide counts as empty, on purpose); the start and the extent
     /// within the sensor (the right and bottom edges are not compared with it, on purpose); the increments.
     void ConsistencyCheck() const;
 

@@ -155,7 +155,7 @@ TEST_F(CameraSettings, FaultsThatEndALoad)
         {"CAMERA MODEL", "FISHEYE", "Unknown StrToEnum: FISHEYE"}, {"DISTORTION MODEL", "2", "Unknown StrToEnum: 2"},
         {"DISTORTION CENTER", "0; 1", "bad lexical cast"},         {"DISTORTION K", "1, x", "bad lexical cast"},
         {"DISTORTION K RATIO", "1,5e", "bad lexical cast"},        {"OPTICAL CENTER", "320, y", "bad lexical cast"},
-        {"PIXEL FOCAL LENGTH", "f, f", "bad lexical cast"},
+        {"OPTICAL CENTER", "1, 2, x", "bad lexical cast"},         {"PIXEL FOCAL LENGTH", "f, f", "bad lexical cast"},
     };
     for (const auto& row : rows) {
         Keys keys = full;

@@ -132,8 +132,21 @@ TEST_F(Camera, DeletingTheRecordingOutputFallsBackToTheRoot)
     console.Take();
     camera.Preprocess_Del("a");
     EXPECT_EQ(console.Take(),
-              "[II] ::CPreprocessorNode: Removing preprocessor node a\n"
-              "[WW] ::CCamera: The recording output node a is gone: recording takes Source now\n");
+              "[WW] ::CCamera: The recording output node a goes: recording takes Source now\n"
+              "[II] ::CPreprocessorNode: Removing preprocessor node a\n");
+    EXPECT_EQ(camera.RecOutFrame().image, frame.image);
+}
+
+TEST_F(Camera, TheTreeItselfKnowsOfTheOutputs)
+{
+    Bring({"Relay out Source", "Relay rec Source"});
+    camera.SetAsOut("out");
+    camera.SetAsRecOut("rec");
+    camera.Preprocess(frame);
+    CPreprocessorNode& root = *camera.Preprocess_Find("Source");
+    root.Remove("out");
+    EXPECT_EQ(camera.Preprocess_OutNode(), camera.Preprocess_Find("out"));
+    root.Remove("rec");
     EXPECT_EQ(camera.RecOutFrame().image, frame.image);
 }
 
@@ -199,6 +212,11 @@ TEST_F(Camera, OpticalCentreCountsFromTheRegion)
     EXPECT_EQ(camera.OpticalCenter(), dev::CCamera::Pair(100.5, 50));
     EXPECT_EQ(camera.FullOpticalCenter(), dev::CCamera::Pair(260.5, 170));
     EXPECT_EQ(camera.Params().O[0], 100.5);
+
+    // The offsets are taken as unsigned, on purpose: a region may begin left of the sensor.
+    Load({{"FB", "Mono8 640x480"}, {"ROI", "-2 0 99 99"}});
+    camera.SetOpticalCenter(100.5, 50);
+    EXPECT_EQ(camera.FullOpticalCenter(), dev::CCamera::Pair(100.5 + 4294967294.0, 50));
 }
 
 /// A camera whose driver wants to know of its region.

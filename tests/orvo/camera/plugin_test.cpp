@@ -175,6 +175,22 @@ protected:
     }
 };
 
+// Changes its mind within a frame.
+class CFickle : public dev::camera::Plugin
+{
+public:
+    ImagePtr other;
+
+protected:
+    void On_Output_Change() override { images_[""] = source_; }
+    void On_Execute(const ImagePtr& image) override
+    {
+        PassOn(other);
+        other.reset();
+        PassOn(image);
+    }
+};
+
 TEST_F(Plugins, AnImageThatSomebodySawIsNeverGivenAgain)
 {
     CMoody moody;
@@ -202,6 +218,20 @@ TEST_F(Plugins, AnImageThatSomebodySawIsNeverGivenAgain)
         moody.Execute(other);
         EXPECT_EQ(moody.given->Descriptor(), descriptor);
     }
+}
+
+TEST_F(Plugins, WhatCameFromOutsideIsNotKeptAsASpare)
+{
+    const auto frame = cimage::Build("Mono8 64x48");
+    CFickle fickle;
+    fickle.SetSource(frame);
+    fickle.Initialize();
+    std::vector<unsigned char> pixels(64 * 48);
+    bool released = false;
+    fickle.other = cimage::Wrap(frame->Format(), 64, 48, 64, pixels.data(), [&released] { released = true; });
+    fickle.Execute(frame);
+    EXPECT_EQ(fickle.Image(""), frame);
+    EXPECT_TRUE(released) << "a driver waits for its buffer";
 }
 
 TEST_F(Plugins, DrawsTheFirstImageForThoseWhoLook)

@@ -176,6 +176,15 @@ TEST_F(Tree, SetOperationPassesItsErrorOn)
     EXPECT_THROW(node.SetOperation("Blur", "b", ""), std::runtime_error);
     EXPECT_THROW(node.SetOperation("Hollow", "h", ""), boost::bad_function_call);
     EXPECT_THROW(node.SetOperation("Relay", "r", "1 2 3 4 5 6 7 8 9 10"), std::runtime_error);
+    EXPECT_FALSE(node.GetPlugin());
+    node.Rename(CPreprocessorNode::Root);
+    EXPECT_FALSE(node.Add("Relay a Source")) << "there is nothing to begin with";
+
+    node.SetOperation("Relay", "r", "");
+    const auto plugin = node.GetPlugin();
+    EXPECT_THROW(node.SetOperation("Relay", "s", "fps_factor=x"), std::runtime_error);
+    EXPECT_EQ(node.GetPlugin(), plugin) << "a node that works goes on";
+    EXPECT_EQ(node.Name(), "r");
 }
 
 TEST_F(Tree, FindsAnyNodeOfTheSubtree)

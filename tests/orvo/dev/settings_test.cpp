@@ -42,13 +42,13 @@ TEST(Settings, PairsAreSplitAtAnyMixOfSeparators)
     {
         const char* text;
         double first, second;
-    } rows[] = {{"1, 2", 1, 2}, {" 1.5 ,2", 1.5, 2}, {",,1e3\t-.5,", 1000, -0.5}, {"1 2 three", 1, 2}};
+    } rows[] = {{"1, 2", 1, 2}, {" 1.5 ,2", 1.5, 2}, {",,1e3\t-.5,", 1000, -0.5}, {"1 2 3", 1, 2}};
     for (const auto& row : rows) {
         const auto pair = dev::ParsePair(row.text);
         EXPECT_EQ(pair.first, row.first) << row.text;
         EXPECT_EQ(pair.second, row.second) << row.text;
     }
-    for (const char* text : {"1, x", "x, 1", "1; 2"})
+    for (const char* text : {"1, x", "x, 1", "1; 2", "1 2 three"})
         EXPECT_THROW(dev::ParsePair(text), boost::bad_lexical_cast) << text;
     for (const char* text : {"", " , ", "1"})
         EXPECT_THROW(dev::ParsePair(text), std::runtime_error) << text;

@@ -92,6 +92,7 @@ TEST(Types, FloatingPointHasAllItsDigits)
     EXPECT_EQ(From(0.1F), "0.100000001");
     EXPECT_EQ(From(-10.0), "-10");
     EXPECT_EQ(From(std::numeric_limits<double>::quiet_NaN()), "nan");
+    EXPECT_EQ(From(-std::numeric_limits<double>::quiet_NaN()), "nan");
     EXPECT_EQ(From(std::numeric_limits<double>::infinity()), "inf");
     EXPECT_EQ(From(-std::numeric_limits<float>::infinity()), "-inf");
     EXPECT_TRUE(std::isnan(text<double>::Parse("NaN")));
