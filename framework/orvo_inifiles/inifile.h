@@ -85,8 +85,8 @@ public:
 
     /// Stores `value` under `key`; a present value that is set again changes nothing in the file. Throws
     /// std::invalid_argument, naming file, section and key, for a key or value that would not be read back as it is: a
-    /// line end, a NUL byte, blanks or tabs at its ends, and in a key '=', a leading
-    /// '[', ';' or '#', or nothing at all.
+    /// line end, a NUL byte, blanks or tabs at its ends, and in a key '=', a leading '[', ';' or '#', or nothing at
+    /// all.
     void set(const std::string& key, const std::string& value);
 
     /// The same for a default that is recorded while loading; the file notes that the default was used.

@@ -86,7 +86,7 @@ void PanelManager::Describe(const wgt::Widget& widget, ptree& tree) const
     tree.clear();
     tree.put("kind", widget.Kind());
     if (widget.Id() != -1)
-        tree.put("id", widget.Id());
+        tree.put("id", std::to_string(widget.Id()));  // a stream would group the digits as the locale does
 
     ptree attributes;
     for (const auto& attribute : widget.Attributes())

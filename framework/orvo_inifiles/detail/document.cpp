@@ -17,16 +17,19 @@ using detail::none;
 /// Keys of a section up to which a look at the hash of each, in two or three cache lines, beats a table of all.
 constexpr std::size_t max_looked_at = 32;
 
-bool IsBlank(char c)
+/// Room for one more, so that adding it cannot fail.
+template <typename T>
+void MakeRoom(std::vector<T>& list)
 {
-    return c == ' ' || c == '\t';
+    if (list.size() == list.capacity())
+        list.reserve(2 * list.size() + 8);
 }
 
 /// Whether the text comes back from a line as it is, whatever stands around it.
 bool SurvivesInALine(const std::string& text)
 {
     return text.find_first_of(std::string("\r\n\0", 3)) == std::string::npos &&
-           (text.empty() || (!IsBlank(text.front()) && !IsBlank(text.back())));
+           (text.empty() || (!detail::IsBlank(text.front()) && !detail::IsBlank(text.back())));
 }
 
 }  // namespace
@@ -101,8 +104,16 @@ void Document::Set(std::uint32_t section, const std::string& key, const std::str
     CheckWritable(section, key, value);
     const std::uint32_t entry = FindEntry(section, key);
     if (entry == none) {
+        // All the room first: without memory the document stays as it is.
         const std::uint32_t edit = static_cast<std::uint32_t>(edits_.size());
-        edits_.push_back({static_cast<std::uint32_t>(entries_.size()), key, value, is_default});
+        TEdit added{static_cast<std::uint32_t>(entries_.size()), key, value, is_default};
+        MakeRoom(edits_);
+        MakeRoom(entries_);
+        MakeRoom(hashes_);
+        MakeRoom(order_);
+        MakeRoom(sections_[section].added);
+        entry_index_.MakeRoom(max_looked_at + 1);
+        edits_.push_back(std::move(added));
         AddEntry({section, 0, {0, 0}, {0, 0}, edit}, key);
         return;
     }
@@ -113,8 +124,8 @@ void Document::Set(std::uint32_t section, const std::string& key, const std::str
         if (changed.edit != none && !is_default)
             edits_[changed.edit].is_default = false;
     } else if (changed.edit == none) {
-        changed.edit = static_cast<std::uint32_t>(edits_.size());
         edits_.push_back({entry, std::string(), value, is_default});
+        changed.edit = static_cast<std::uint32_t>(edits_.size() - 1);
     } else {
         edits_[changed.edit].value = value;
         edits_[changed.edit].is_default = is_default;

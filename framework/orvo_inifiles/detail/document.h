@@ -17,6 +17,15 @@
 
 namespace kt {
 namespace ini {
+namespace detail {
+
+/// What a line may hold around a key or a value without it being part of them.
+inline bool IsBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+}  // namespace detail
 
 /// Sections, entries and edits are numbered from 0 in the order in which they came.
 class Document : private boost::noncopyable

@@ -236,7 +236,8 @@ void ReplaceFile(const path& file, const std::vector<boost::string_view>& pieces
     if (!Sync(temporary.Descriptor()))
         Fail("write", target);
     temporary.TakePlace();
-    if (!Sync(folder_descriptor.Get()))
+    // EINVAL: a file system that synchronises no folders.
+    if (!Sync(folder_descriptor.Get()) && errno != EINVAL)
         Fail("synchronise the folder of", target);
 }
 

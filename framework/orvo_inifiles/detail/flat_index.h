@@ -39,9 +39,10 @@ inline std::uint32_t Hash(std::uint32_t section, boost::string_view text)
 class CFlatIndex
 {
 public:
-    /// Makes room for `count` numbers, so that inserting them moves nothing.
-    void Reserve(std::size_t count)
+    /// Makes room for `more` numbers, so that inserting them moves nothing and cannot fail.
+    void MakeRoom(std::size_t more)
     {
+        const std::size_t count = count_ + more;
         std::size_t slots = 16;
         while (slots < count + count / 2)
             slots *= 2;
@@ -65,7 +66,8 @@ public:
     /// Adds a number that is not there yet.
     void Insert(std::uint32_t hash, std::uint32_t number)
     {
-        Reserve(++count_);
+        MakeRoom(1);
+        ++count_;
         Place({hash, number});
     }
 

@@ -25,19 +25,14 @@ std::string Quoted(string_view text)
     return "`" + quoted + (size < text.size() ? "...'" : "'");
 }
 
-bool IsBlank(char c)
-{
-    return c == ' ' || c == '\t';
-}
-
 /// Without blanks and tabs at its ends. Of nothing but blanks, the empty end is left.
 string_view Trimmed(string_view text)
 {
     const char* begin = text.data();
     const char* end = begin + text.size();
-    while (begin != end && IsBlank(*begin))
+    while (begin != end && detail::IsBlank(*begin))
         ++begin;
-    while (begin != end && IsBlank(end[-1]))
+    while (begin != end && detail::IsBlank(end[-1]))
         --end;
     return {begin, static_cast<std::size_t>(end - begin)};
 }

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "framework/orvo_ui/text_variable.h"
+#include "orvo/base/decimal_comma.h"
 
 using boost::property_tree::ptree;
 using test::TextVariable;
@@ -139,6 +140,14 @@ TEST(PanelManager, DescribesATreeAsData)
            << R"(","attributes":"","type":"value<string>","error":"no answer","children":""}]})"
            << "\n";
     EXPECT_EQ(Described(panel), wanted.str());
+}
+
+TEST(PanelManager, DescribesIdsTheSameUnderEveryLocale)
+{
+    const test::CDecimalComma comma;
+    ptree tree;
+    Manager().Describe(Widget("text", 1234567), tree);
+    EXPECT_EQ(tree.get<std::string>("id"), "1234567");
 }
 
 TEST(PanelManager, HoldsNoLockWhileItCallsOut)

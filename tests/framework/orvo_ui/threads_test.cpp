@@ -16,9 +16,7 @@ using ui::wgt::Widget;
 
 namespace {
 
-const int rounds = 300;
-
-/// Runs `work` on a thread until the test is done with it.
+/// Runs `work` on a thread until the test is done with it, which it should not be before both have run a while.
 class Meanwhile
 {
 public:
@@ -27,12 +25,10 @@ public:
         : thread_([this, work] {
               do {
                   work();
-                  ++runs_;
+                  runs_.fetch_add(1, std::memory_order_relaxed);
               } while (!done_);
           })
     {
-        while (runs_ == 0)
-            std::this_thread::yield();
     }
 
     ~Meanwhile()
@@ -40,6 +36,9 @@ public:
         done_ = true;
         thread_.join();
     }
+
+    /// Relaxed, because a stronger order would be a lock of its own and hide what is missing.
+    bool Enough() const { return runs_.load(std::memory_order_relaxed) >= 3000; }
 
 private:
     std::atomic<bool> done_{false};
@@ -54,35 +53,38 @@ TEST(Threads, TreesAreReadWhileTheyAreBuiltAndDropped)
     ui::detail::PanelManager& manager = ui::PanelManagerInstance();
     std::atomic<int> heard{0};
     std::atomic<long> newest{-1};
+    Widget standing("panel");  // there for the reader at any moment, beside those that come and go
     const Meanwhile reader([&] {
         for (const Widget& panel : manager.Panels()) {
             boost::property_tree::ptree tree;
             manager.Describe(panel, tree);
         }
-        const long id = newest;
+        const long id = newest.load(std::memory_order_relaxed);
         manager.Widget(id);
         manager.Variable(id);
         manager.Revision();
     });
     const Meanwhile listener([&] {
         const std::size_t connection = manager.Connect([&](long) { ++heard; });
-        manager.NotifyDataChanged(newest);
+        manager.NotifyDataChanged(newest.load(std::memory_order_relaxed));
         manager.Disconnect(connection);
     });
 
-    for (int i = 0; i < rounds; ++i) {
+    for (int i = 0; !reader.Enough() || !listener.Enough(); ++i) {
         Widget panel("panel");
         Widget sizer("vsizer");
         panel.Add(sizer);
         const ui::var::Base variable(boost::make_shared<test::TextVariable>("value"));
-        newest = variable.Id();
+        newest.store(variable.Id(), std::memory_order_relaxed);
         Widget box("textbox", variable.Id());
         sizer.Add(box);
         box.Label("label").Enable(i % 2 == 0);
         variable.Update();
+        standing.Add(panel);
+        standing.Add(box);
+        standing.Attr("round", i);
+        panel.Detach();
         box.Detach();
-        panel.Add(box);
-        panel.Attr("round", i);
     }
     EXPECT_GT(heard, 0);
 }
@@ -103,7 +105,7 @@ TEST(Threads, BranchesMoveBetweenTreesThatTwoThreadsShare)
     };
     {
         const Meanwhile other([&] { Move(left, right, branch); });
-        for (int i = 0; i < rounds; ++i)
+        while (!other.Enough())
             Move(right, left, branch);
     }
     left.Detach();
@@ -121,12 +123,13 @@ TEST(Threads, PicturesAreTakenWhileTheyAreDrawn)
         window.Generation();
         windows.Windows();
     });
-    for (int i = 0; i < rounds; ++i) {
+    std::uint64_t rounds = 0;
+    for (; !viewer.Enough(); ++rounds) {
         ui::win::CWindow& window = windows.Window("");
         window.Clear();
         window.DrawImage(cimage::Build("Mono8 4x4"));
         window.Refresh(true);
-        windows.Insert(std::to_string(i % 8), 4, 4);
+        windows.Insert(std::to_string(rounds % 8), 4, 4);
     }
-    EXPECT_EQ(windows.Window("").Generation(), static_cast<std::uint64_t>(rounds));
+    EXPECT_EQ(windows.Window("").Generation(), rounds);
 }
