@@ -19,7 +19,8 @@ namespace capture {
 /// What a source is asked for. The references are valid during the call alone.
 struct TRequest
 {
-    std::string location;              ///< behind the scheme, variables expanded, a relative path made absolute
+    std::string location;              ///< behind the scheme, variables expanded
+    std::string folder;                ///< of the rig file, absolute: what a relative path in the location counts from
     const kt::ini::INIFile& settings;  ///< the camera's section, for the driver's own keys; read only
     std::string format;                ///< the camera's "FB", "<pixel format> <width>x<height>"
 };

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <boost/filesystem/operations.hpp>
 #include <cerrno>
 #include <cstddef>
 #include <system_error>
@@ -18,6 +19,31 @@ const char* const fps_key = "FPS";
 const char* const stamps_key = "STAMPS";
 
 namespace {
+
+/// The text as a pattern that matches nothing but itself.
+std::string Literally(const std::string& text)
+{
+    std::string pattern;
+    for (const char c : text) {
+        if (c == '*' || c == '?' || c == '[' || c == '\\')
+            pattern += '\\';
+        pattern += c;
+    }
+    return pattern;
+}
+
+/// The location as a pattern, in which a path that is there, or the folders of one, mean themselves.
+std::string PatternOf(const capture::TRequest& request)
+{
+    const boost::filesystem::path path = boost::filesystem::absolute(request.location, request.folder);
+    boost::system::error_code ignored;
+    if (boost::filesystem::exists(path, ignored))
+        return Literally(path.string());
+    if (boost::filesystem::is_directory(path.parent_path(), ignored))
+        return Literally(path.parent_path().string()) + "/" + path.filename().string();
+    const bool is_absolute = boost::filesystem::path(request.location).is_absolute();
+    return (is_absolute ? "" : Literally(request.folder) + "/") + request.location;
+}
 
 /// Every file that matches, in natural order; folders are left out.
 std::vector<std::string> Match(const std::string& pattern)
@@ -109,8 +135,9 @@ TPlan ReadPlan(const capture::TRequest& request, std::vector<capture::TFault>* f
 {
     TPlan plan;
     ReadKeys(request.settings, &plan, faults);
-    plan.files = Match(request.location);
-    LookAtFiles(request.location, plan, faults);
+    const std::string pattern = PatternOf(request);
+    plan.files = Match(pattern);
+    LookAtFiles(pattern, plan, faults);
     return plan;
 }
 

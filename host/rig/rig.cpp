@@ -121,8 +121,12 @@ std::filesystem::path Absolute(const TRig& rig, const std::string& path)
 {
     std::string expanded = path;
     rig.paths.Replace(expanded, kt::CVarReplacer::All);
-    const auto folder = std::filesystem::absolute(rig.file).parent_path();
-    return folder / expanded;
+    return Folder(rig) / expanded;
+}
+
+std::filesystem::path Folder(const TRig& rig)
+{
+    return std::filesystem::absolute(rig.file).parent_path();
 }
 
 std::optional<unsigned int> NodeNumber(const std::string& key)

@@ -84,6 +84,9 @@ TRig ReadRig(const std::filesystem::path& file, std::vector<TFault>& faults);
 /// A path of the rig file, variables expanded, absolute.
 std::filesystem::path Absolute(const TRig& rig, const std::string& path);
 
+/// The folder of the rig file, absolute.
+std::filesystem::path Folder(const TRig& rig);
+
 /// The number N of a key "PREPROCESS N" in its one spelling, or none.
 std::optional<unsigned int> NodeNumber(const std::string& key);
 

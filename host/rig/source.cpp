@@ -10,24 +10,11 @@ namespace host {
 
 namespace {
 
-/// Whether the driver's location is a path, which its syntax shows by what it calls it.
-bool LocationIsPath(const std::string& syntax)
-{
-    for (const char* const word : {":GLOB", ":FILE", ":FOLDER", ":PATH"})
-        if (syntax.find(word) != std::string::npos)
-            return true;
-    return false;
-}
-
-capture::TRequest Request(const TRig& rig, const TDevice& camera, const capture::CDriver& driver,
-                          const std::string& location)
+capture::TRequest Request(const TRig& rig, const TDevice& camera, const std::string& location)
 {
     std::string expanded = location;
-    if (LocationIsPath(driver.Syntax()))
-        expanded = Absolute(rig, location).string();
-    else
-        rig.paths.Replace(expanded, kt::CVarReplacer::All);
-    return {expanded, camera.settings, ValueOr(camera.settings, "FB", {})};
+    rig.paths.Replace(expanded, kt::CVarReplacer::All);
+    return {expanded, Folder(rig).string(), camera.settings, ValueOr(camera.settings, "FB", {})};
 }
 
 }  // namespace
@@ -57,7 +44,7 @@ bool CheckSource(const TRig& rig, const TDevice& camera, CModules& modules, std:
         const capture::CDriver& driver = modules.Driver(source->scheme);
         driver_keys = driver.Keys();
         driver_known = true;
-        for (const capture::TFault& fault : driver.Check(Request(rig, camera, driver, source->location)))
+        for (const capture::TFault& fault : driver.Check(Request(rig, camera, source->location)))
             add(fault.key, fault.found, fault.wanted, {});
     } catch (const no_such_module&) {
         const auto schemes = modules.Schemes();
@@ -77,7 +64,7 @@ std::unique_ptr<capture::CSource> OpenSource(const TRig& rig, const TDevice& cam
         if (!source)
             throw std::runtime_error("found no \"SCHEME:LOCATION\"");
         const capture::CDriver& driver = modules.Driver(source->scheme);
-        auto opened = driver.Open(Request(rig, camera, driver, source->location));
+        auto opened = driver.Open(Request(rig, camera, source->location));
         if (!opened)
             throw std::runtime_error("the driver opened nothing");
         return opened;

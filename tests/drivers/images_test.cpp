@@ -21,7 +21,7 @@ class Images : public testing::Test
 protected:
     std::unique_ptr<capture::CSource> Open(const std::string& pattern, const std::string& format, const Keys& keys = {})
     {
-        return driver_.Open({folder_.Path(pattern), Settings(keys), format});
+        return driver_.Open({folder_.Path(pattern), "", Settings(keys), format});
     }
 
     void Run(const std::string& pattern, const std::string& format, const Keys& keys = {})
@@ -81,6 +81,29 @@ TEST_F(Images, OrdersFilesAsPeopleCount)
     EXPECT_THAT(Names(), ElementsAreArray(ordered));
 }
 
+TEST_F(Images, FoldersThatAreThereMeanThemselves)
+{
+    const std::string folder = folder_.Path("rig [1]*");
+    for (const char* sub : {"", "/in 1", "/in 2"}) {
+        boost::filesystem::create_directories(folder + sub);
+        folder_.WritePgm("rig [1]*" + std::string(sub) + "/a[2].pgm", 4, 3, 7);
+        folder_.WritePgm("rig [1]*" + std::string(sub) + "/a2.pgm", 4, 3, 7);
+    }
+    const struct
+    {
+        std::string location;
+        std::vector<std::string> names;
+    } rows[] = {{"a[2].pgm", {"a[2].pgm"}},
+                {"a*.pgm", {"a2.pgm", "a[2].pgm"}},
+                {"in ?/a2.pgm", {"a2.pgm", "a2.pgm"}},
+                {folder + "/in 1/a[2].*", {"a2.pgm"}}};
+    for (const auto& row : rows) {
+        sink_.frames.clear();
+        driver_.Open({row.location, folder, Settings({}), "Mono8 4x3"})->Run(sink_);
+        EXPECT_THAT(Names(), ElementsAreArray(row.names)) << row.location;
+    }
+}
+
 TEST_F(Images, LoopsAsTold)
 {
     folder_.WritePgm("1.pgm", 2, 2, 0);
@@ -107,14 +130,15 @@ TEST_F(Images, FaultyKeysAreAllToldAtOnce)
                 {"STAMPS", "NOW"}, {"STAMPS", "file time"}, {"STAMPS", "FILE NAME"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.key) + "=" + row.value);
-        const auto faults = driver_.Check({folder_.Path("*"), Settings({{row.key, row.value}}), "Mono8 2x2"});
+        const auto faults = driver_.Check({folder_.Path("*"), "", Settings({{row.key, row.value}}), "Mono8 2x2"});
         ASSERT_EQ(faults.size(), 1U);
         EXPECT_EQ(faults[0].key, row.key);
         EXPECT_THAT(faults[0].found, HasSubstr(row.value));
         EXPECT_FALSE(faults[0].wanted.empty());
     }
     EXPECT_EQ(
-        driver_.Check({folder_.Path("none"), Settings({{"LOOP", "x"}, {"FPS", "x"}, {"STAMPS", "x"}}), ""}).size(), 4U);
+        driver_.Check({folder_.Path("none"), "", Settings({{"LOOP", "x"}, {"FPS", "x"}, {"STAMPS", "x"}}), ""}).size(),
+        4U);
 }
 
 TEST_F(Images, PushesWithoutARateAndOffersWithOne)
@@ -275,7 +299,7 @@ TEST_F(Images, FilesThatGoAwayOrCannotBeReadAreNamed)
     EXPECT_THAT(ErrorOfRun("*.pgm", "Mono8 2x2"), HasSubstr("2.pgm: found No such file"));
 
     boost::filesystem::create_symlink(folder_.Path("gone"), folder_.Path("3.pgm"));
-    const auto faults = driver_.Check({folder_.Path("*.pgm"), Settings({}), "Mono8 2x2"});
+    const auto faults = driver_.Check({folder_.Path("*.pgm"), "", Settings({}), "Mono8 2x2"});
     ASSERT_EQ(faults.size(), 1U);
     EXPECT_THAT(faults[0].found, HasSubstr("3.pgm: No such file"));
     EXPECT_EQ(faults[0].wanted, "a readable file");

@@ -39,7 +39,7 @@ class SourceContract : public testing::TestWithParam<TDriverCase>
 protected:
     std::unique_ptr<capture::CSource> Open(unsigned int frames, const kt::ini::INIFile& settings)
     {
-        return driver_.Open({GetParam().make_location(folder_, frames), settings, GetParam().format});
+        return driver_.Open({GetParam().make_location(folder_, frames), "", settings, GetParam().format});
     }
 
     CFolder folder_;
@@ -117,18 +117,18 @@ TEST_P(SourceContract, StopsWhileItWaitsForTheHost)
 TEST_P(SourceContract, CheckPassesWhatOpenOpens)
 {
     const std::string location = GetParam().make_location(folder_, 1);
-    EXPECT_TRUE(driver_.Check({location, endless_, GetParam().format}).empty());
+    EXPECT_TRUE(driver_.Check({location, "", endless_, GetParam().format}).empty());
 }
 
 TEST_P(SourceContract, CheckAndOpenRefuseABadLocation)
 {
-    const auto faults = driver_.Check({GetParam().bad_location, plain_, GetParam().format});
+    const auto faults = driver_.Check({GetParam().bad_location, "", plain_, GetParam().format});
     ASSERT_EQ(faults.size(), 1U);
     EXPECT_EQ(faults[0].key, "SOURCE");
     EXPECT_FALSE(faults[0].found.empty());
     EXPECT_FALSE(faults[0].wanted.empty());
     try {
-        driver_.Open({GetParam().bad_location, plain_, GetParam().format});
+        driver_.Open({GetParam().bad_location, "", plain_, GetParam().format});
         ADD_FAILURE() << "opened";
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(), AllOf(HasSubstr("found "), HasSubstr(", wanted ")));
