@@ -25,10 +25,6 @@ function(orvo_compile_rules target standard)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wconversion -pedantic-errors)
     # Boost's placeholders in the global namespace are part of what its bind users expect; keep its note quiet.
     target_compile_definitions(${target} PRIVATE BOOST_BIND_GLOBAL_PLACEHOLDERS)
-    # The thread sanitizer does not model fences; Boost's Asio offers a build without them.
-    if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=thread")
-        target_compile_definitions(${target} PRIVATE BOOST_ASIO_DISABLE_STD_FENCED_BLOCK)
-    endif()
 endfunction()
 
 # orvo_add_library(<name> INCLUDE_ROOT <dir> SOURCES <files...> HEADERS <files relative to the include root...>)

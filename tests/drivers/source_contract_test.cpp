@@ -25,6 +25,12 @@ struct TDriverCase
     std::string bad_location;
 };
 
+/// Test lists show it, and must show the same in every run.
+void PrintTo(const TDriverCase& row, std::ostream* stream)
+{
+    *stream << row.driver;
+}
+
 std::string MakePictures(const CFolder& folder, unsigned int frames)
 {
     for (unsigned int i = 0; i < frames; ++i)
@@ -32,7 +38,7 @@ std::string MakePictures(const CFolder& folder, unsigned int frames)
     return folder.Path("picture*.pgm");
 }
 
-const TDriverCase kDrivers[] = {{"images", "Mono8 6x4", MakePictures, {{"LOOP", "TRUE"}}, "/nowhere/at/all/*.pgm"}};
+const TDriverCase all_drivers[] = {{"images", "Mono8 6x4", MakePictures, {{"LOOP", "TRUE"}}, "/nowhere/at/all/*.pgm"}};
 
 class SourceContract : public testing::TestWithParam<TDriverCase>
 {
@@ -135,7 +141,7 @@ TEST_P(SourceContract, CheckAndOpenRefuseABadLocation)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Drivers, SourceContract, testing::ValuesIn(kDrivers),
+INSTANTIATE_TEST_SUITE_P(Drivers, SourceContract, testing::ValuesIn(all_drivers),
                          [](const testing::TestParamInfo<TDriverCase>& row) { return row.param.driver; });
 
 }  // namespace
