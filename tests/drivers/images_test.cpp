@@ -210,10 +210,10 @@ TEST_F(Images, ReadsPicturesOfOtherPrograms)
         const char* format;
         unsigned int gain;
         unsigned int tolerance;
-    } rows[] = {{"grey.png", kGreyPng, "Mono8 8x4", 1, 0},      {"grey.png", kGreyPng, "BayerGB8 8x4", 1, 0},
-                {"grey.tif", kGreyTiff, "Mono8 8x4", 1, 0},     {"grey.jpg", kGreyJpeg, "Mono8 8x4", 1, 1},
-                {"16.png", kGrey16Png, "Mono16 8x4", 200, 0},   {"16.png", kGrey16Png, "Mono12 8x4", 200, 0},
-                {"16.png", kGrey16Png, "BayerRG10 8x4", 200, 0}};
+    } rows[] = {{"grey.png", grey_png, "Mono8 8x4", 1, 0},       {"grey.png", grey_png, "BayerGB8 8x4", 1, 0},
+                {"grey.tif", grey_tiff, "Mono8 8x4", 1, 0},      {"grey.jpg", grey_jpeg, "Mono8 8x4", 1, 1},
+                {"16.png", grey_16_png, "Mono16 8x4", 200, 0},   {"16.png", grey_16_png, "Mono12 8x4", 200, 0},
+                {"16.png", grey_16_png, "BayerRG10 8x4", 200, 0}};
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.name) + " as " + row.format);
         folder_.Write(row.name, FromHex(row.hex));
@@ -228,7 +228,7 @@ TEST_F(Images, ReadsPicturesOfOtherPrograms)
 
 TEST_F(Images, PutsColoursInTheOrderOfTheFormat)
 {
-    folder_.Write("c.bmp", FromHex(kColourBmp));
+    folder_.Write("c.bmp", FromHex(colour_bmp));
     Run("c.bmp", "RGB8 8x4");
     EXPECT_THAT((std::vector<unsigned int>{At<std::uint8_t>(9, 1), At<std::uint8_t>(10, 1), At<std::uint8_t>(11, 1)}),
                 ElementsAre(PixelOf(3, 1) + 2, PixelOf(3, 1) + 1, PixelOf(3, 1)));
@@ -308,11 +308,11 @@ TEST_F(Images, FilesThatGoAwayOrCannotBeReadAreNamed)
 TEST_F(Images, APictureCutAnywhereIsRefusedOrWhole)
 {
     const std::pair<const char*, const char*> rows[] = {
-        {kGreyPng, "png"}, {kGreyTiff, "tif"}, {kGreyJpeg, "jpg"}, {kGrey16Png, "png"}, {kColourBmp, "bmp"}};
+        {grey_png, "png"}, {grey_tiff, "tif"}, {grey_jpeg, "jpg"}, {grey_16_png, "png"}, {colour_bmp, "bmp"}};
     for (const auto& row : rows) {
         const std::string whole = FromHex(row.first);
-        const std::string format = std::string(row.first == kGrey16Png   ? "Mono16"
-                                               : row.first == kColourBmp ? "BGR8"
+        const std::string format = std::string(row.first == grey_16_png  ? "Mono16"
+                                               : row.first == colour_bmp ? "BGR8"
                                                                          : "Mono8") +
                                    " 8x4";
         folder_.Write("cut", whole);
