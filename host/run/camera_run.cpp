@@ -92,7 +92,7 @@ void CCameraRun::Work()
     switch (queue_.Take(frame_)) {
         case CFrameQueue::Taken::Frame:
             Process();
-            frame_.image.reset();  // the buffer goes back before the next frame comes
+            frame_.image.reset();  // from here on the tree alone holds it
             asio::post(strand_, [this] { Work(); });
             break;
         case CFrameQueue::Taken::Empty:

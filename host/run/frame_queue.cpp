@@ -18,8 +18,7 @@ void CFrameQueue::Offer(const dev::TFrame<>& frame)
     if (closed_)
         return;
     if (waiting_ == depth) {
-        frames_[first_].image.reset();
-        first_ = (first_ + 1) % depth;
+        first_ = (first_ + 1) % depth;  // the new frame takes the oldest one's place
         --waiting_;
         ++counts_.queue_full;
     }
@@ -73,7 +72,7 @@ CFrameQueue::Taken CFrameQueue::Take(dev::TFrame<>& frame)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (waiting_ == 0) {
-        worker_awake_ = ended_;  // after the end nobody needs to wake it again
+        worker_awake_ = false;
         return ended_ ? Taken::End : Taken::Empty;
     }
     std::swap(frame, frames_[first_]);

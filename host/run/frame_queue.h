@@ -1,7 +1,7 @@
 // Where a driver's thread hands its frames over to the camera's strand: at most four wait.
 //
 // A source that cannot wait offers its frames: the newest wins, the oldest is dropped and counted. One that can wait
-// pushes them. Every frame taken in is accounted for: Delivered = taken out + QueueFull + Stopped + waiting.
+// pushes them. Every frame taken in is accounted for: delivered = taken out + queue_full + stopped + waiting.
 #ifndef HOST_RUN_FRAME_QUEUE_H
 #define HOST_RUN_FRAME_QUEUE_H
 
@@ -63,7 +63,8 @@ public:
     /// Moves the oldest waiting frame into `frame`.
     Taken Take(dev::TFrame<>& frame);
 
-    /// No frame is taken in any more, a waiting Push returns.
+    /// No frame is taken in any more, a waiting Push returns. What a source offers from then on is no part of the run
+    /// and is not counted.
     void Close(Ending ending);
     /// The source's thread is done: closed, and the worker gets its End after the last frame.
     void End();

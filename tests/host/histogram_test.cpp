@@ -62,6 +62,17 @@ TEST(Histogram, SmallAndSingleValuesAreExact)
     }
 }
 
+TEST(Histogram, PercentilesAreNearestRanks)
+{
+    host::CHistogram histogram;
+    for (std::uint64_t ns = 10; ns > 0; --ns)
+        histogram.Record(ns);
+    EXPECT_EQ(histogram.Percentile(0.5), 5.0);
+    EXPECT_EQ(histogram.Percentile(0.51), 6.0);
+    EXPECT_EQ(histogram.Percentile(0.91), 10.0);
+    EXPECT_EQ(histogram.Percentile(0.01), 1.0);
+}
+
 TEST(Histogram, TakesTheEmptyAndTheEndless)
 {
     host::CHistogram histogram;

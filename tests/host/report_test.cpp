@@ -89,10 +89,10 @@ TEST(Report, ForPeopleIsATable)
     report.cameras[0].errors = {{"half", "out of luck", 7}};
     EXPECT_THAT(host::ReportText(report),
                 HasSubstr("left: 10 frames in 2.00 s, 9 executed (4.5/s), 0 decimated, 1 dropped\n"
-                          "  node       frames  executed  decimated  dropped   mean ms   p50 ms   p99 ms   max ms\n"
-                          "  (tree)         10         9          0        1     0.000    0.000    0.000    0.000\n"
-                          "  Source         10        10          0        0     0.000    0.000    0.000    0.000\n"
-                          "    half         10         5          5        0     1.500    1.250    2.000    2.500\n"
+                          "  node     frames  executed  decimated  dropped   mean ms   p50 ms   p99 ms   max ms\n"
+                          "  (tree)       10         9          0        1     0.000    0.000    0.000    0.000\n"
+                          "  Source       10        10          0        0     0.000    0.000    0.000    0.000\n"
+                          "    half       10         5          5        0     1.500    1.250    2.000    2.500\n"
                           "  dropped: queue full 1\n"
                           "  lost before delivery: incomplete 3\n"
                           "  7 x half: out of luck\n"));
