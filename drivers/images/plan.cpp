@@ -94,6 +94,11 @@ bool IsStamps(const std::string& text, Stamps* stamps)
     return true;
 }
 
+std::string Quoted(const std::string& text)
+{
+    return "\"" + text + "\"";
+}
+
 void ReadKeys(const kt::ini::INIFile& settings, TPlan* plan, std::vector<capture::TFault>* faults)
 {
     std::string text;
@@ -101,12 +106,12 @@ void ReadKeys(const kt::ini::INIFile& settings, TPlan* plan, std::vector<capture
         if (text == "TRUE")
             plan->passes = 0;
         else if (text != "FALSE" && !IsPasses(text, &plan->passes))
-            faults->push_back({loop_key, text, "TRUE, FALSE or a number of passes from 1"});
+            faults->push_back({loop_key, Quoted(text), "TRUE, FALSE or a number of passes from 1"});
     }
     if (settings.efind(fps_key, text) && !IsRate(text, &plan->fps))
-        faults->push_back({fps_key, text, "frames per second, from 0.001 to 10000"});
+        faults->push_back({fps_key, Quoted(text), "frames per second, from 0.001 to 10000"});
     if (settings.efind(stamps_key, text) && !IsStamps(text, &plan->stamps))
-        faults->push_back({stamps_key, text, "FILE TIME, FILE NAME or CLOCK"});
+        faults->push_back({stamps_key, Quoted(text), "FILE TIME, FILE NAME or CLOCK"});
 }
 
 void LookAtFiles(const std::string& pattern, const TPlan& plan, std::vector<capture::TFault>* faults)

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 #include <algorithm>
-#include <set>
+#include <map>
 
 #include "rig/check_settings.h"
 #include "rig/check_tree.h"
@@ -69,34 +69,39 @@ void CheckRelativeTo(const TRig& rig, const TDevice& device, std::vector<TFault>
     }
 }
 
-/// True for keys whose faults change what plugins say of their options, so that these cannot be tried.
-bool ShapesTheImage(const std::string& key)
+using Values = std::map<std::string, std::string>;
+
+/// An ideal camera, which every operation accepts: what stands in for a projection with faults, all of it, for its keys
+/// depend on each other.
+const Values& IdealProjection()
 {
-    static const std::set<std::string> keys = {"FB",
-                                               "CAMERA MODEL",
-                                               "DISTORTION MODEL",
-                                               "DISTORTION CENTER",
-                                               "DISTORTION K",
-                                               "DISTORTION K RATIO",
-                                               "OPTICAL CENTER",
-                                               "ANGULAR FOV",
-                                               "PIXEL FOCAL LENGTH"};
-    return keys.count(key) > 0;
+    static const Values values = {{"CAMERA MODEL", "PINHOLE"},   {"DISTORTION MODEL", "NO_DISTORTION"},
+                                  {"DISTORTION CENTER", "0, 0"}, {"DISTORTION K", "0"},
+                                  {"DISTORTION K RATIO", "0"},   {"OPTICAL CENTER", "1, 1"},
+                                  {"ANGULAR FOV", "1, 1"},       {"PIXEL FOCAL LENGTH", "1, 1"}};
+    return values;
 }
 
-/// Whether the camera may load its section for a trial. A bad pose has been told of and touches no plugin, so it is
-/// replaced in memory.
+/// Makes the section one that a camera loads for a trial of its node lines: what is faulty has been told of, and is
+/// replaced in memory. False when that cannot be, because there is no telling what the camera's images are.
 bool MakeLoadable(const TDevice& camera, const std::vector<TFault>& faults)
 {
+    static const Values poses = {{"POSITION", "0, 0, 0"},
+                                 {"ORIENTATION", "0, 0, 0"},
+                                 {"RELATIVE POSITION", "0, 0, 0"},
+                                 {"RELATIVE ORIENTATION", "0, 0, 0"}};
+    Values replacements;
     for (const TFault& fault : faults) {
         if (fault.section != camera.name)
             continue;
-        if (ShapesTheImage(fault.key))
+        if (fault.key == "FB")
             return false;
-        if (fault.key == "POSITION" || fault.key == "ORIENTATION" || fault.key == "RELATIVE POSITION" ||
-            fault.key == "RELATIVE ORIENTATION")
-            camera.settings.set(fault.key, "0, 0, 0");
+        for (const Values* const values : {&poses, &IdealProjection()})
+            if (values->count(fault.key) > 0)
+                replacements.insert(values->begin(), values->end());
     }
+    for (const auto& [key, value] : replacements)
+        camera.settings.set(key, value);
     return true;
 }
 
@@ -109,7 +114,7 @@ void CheckCamera(const TRig& rig, const TDevice& camera, CModules* modules, TChe
     const bool try_lines = modules != nullptr && MakeLoadable(camera, check.faults);
     if (modules != nullptr && !try_lines && !NodeLines(camera).empty())
         check.notes.push_back(fmt::format(
-            "[{}] the options of its node lines were not tried, because of the faults above in its keys", camera.name));
+            "[{}] the options of its node lines were not tried, because of the fault in its FB", camera.name));
     CheckTree(rig, camera, modules, try_lines, check.faults);
 }
 

@@ -386,6 +386,9 @@ TEST_F(CheckTest, TriesNodeLinesBesideFaultsThatDoNotTouchThem)
     const auto refused = With(good_rig, "TestPass b a", "TestChoosy b a");
     EXPECT_EQ(FaultsOf(With(refused, "RELATIVE POSITION = 0, 0.1, 0", "RELATIVE POSITION = 0")).size(), 2u);
 
+    EXPECT_EQ(FaultsOf(With(refused, "MODEL = PINHOLE", "MODEL = PINHOL")).size(), 2u);
+    EXPECT_EQ(FaultsOf(With(refused, "K = -0.2, 0.1, 0, 0", "K = -0.2")).size(), 2u);
+
     const auto check = host::CheckRig(Write("rig", With(refused, "FB = Mono8 8x6\nROI", "FB = Mono8\nROI")), &modules_);
     EXPECT_THAT(Lines(check), ElementsAre(HasSubstr("rig:14: [left] FB: ")));
     EXPECT_THAT(check.notes, ElementsAre(HasSubstr("[left] the options of its node lines were not tried")));
