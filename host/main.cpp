@@ -1,6 +1,7 @@
 // The program orvo: reads the command line, runs one command, makes the exit code. Results go to standard output, talk
 // to standard error.
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <functional>
 
 #include "base/number_text.h"
@@ -63,6 +64,18 @@ std::string SecondsFault(const std::string& text)
     return "found \"" + text + "\", wanted seconds above 0, at most a year";
 }
 
+/// What is wrong with a number of frames, or nothing.
+std::string FramesFault(const std::string& text)
+{
+    try {
+        if (text[0] != '-' && base::ParseNumber<unsigned long>(text) > 0)
+            return {};
+    } catch (const boost::bad_lexical_cast&) {
+        // told below
+    }
+    return "found \"" + text + "\", wanted a whole number from 1";
+}
+
 void AddRun(CLI::App& app, Command& chosen)
 {
     auto* const command = app.add_subcommand("run", "Run the cameras of a rig; Ctrl-C ends it, twice at once");
@@ -74,7 +87,7 @@ void AddRun(CLI::App& app, Command& chosen)
         ->type_name("A,B");
     command->add_option("--frames", options->frames, "End each camera after N frames from its source")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Validator(FramesFault, {}));
     command->add_option("--seconds", options->seconds, "End after S seconds")
         ->type_name("S")
         ->check(CLI::Validator(SecondsFault, {}));
@@ -103,6 +116,8 @@ int Main(int argc, char** argv)
         return app.exit(error) == 0 ? host::Done : host::BadArguments;  // help and version come this way, too
     }
 
+    // A reader that goes away is an error of one write, not the end of a running rig.
+    std::signal(SIGPIPE, SIG_IGN);
     host::CConsole console;
     try {
         return chosen(console);

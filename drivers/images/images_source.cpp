@@ -19,7 +19,9 @@ namespace {
 class CFile : private boost::noncopyable
 {
 public:
-    explicit CFile(const std::string& path) : path_(path), descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+    /// Without waiting: nobody may ever write into a pipe that is found instead of a picture.
+    explicit CFile(const std::string& path)
+        : path_(path), descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))
     {
         if (descriptor_ < 0)
             Fail();

@@ -119,7 +119,10 @@ void LookAtFiles(const std::string& pattern, const TPlan& plan, std::vector<capt
     if (plan.files.empty())
         faults->push_back({"SOURCE", "no file that matches " + pattern, "at least one picture"});
     for (const std::string& file : plan.files) {
-        if (::access(file.c_str(), R_OK) != 0)
+        boost::system::error_code ignored;
+        if (!boost::filesystem::is_regular_file(file, ignored))
+            faults->push_back({"SOURCE", file + ": no regular file", "a picture file"});
+        else if (::access(file.c_str(), R_OK) != 0)
             faults->push_back({"SOURCE", file + ": " + std::generic_category().message(errno), "a readable file"});
     }
     if (plan.stamps != Stamps::FileName)

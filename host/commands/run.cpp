@@ -1,8 +1,11 @@
 #include "commands/run.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 #include <algorithm>
+#include <cerrno>
 #include <memory>
+#include <system_error>
 
 #include "dev/camera.h"
 #include "dev/camera_map.h"
@@ -103,6 +106,24 @@ std::vector<std::string> Chosen(const TRunOptions& options, const std::vector<st
     return chosen;
 }
 
+/// A folder per camera; false, having told why, when one cannot be written to.
+bool MakeFolders(const std::filesystem::path& output, const std::vector<std::string>& cameras, CConsole& console)
+{
+    for (const std::string& camera : cameras) {
+        const auto folder = output / camera;
+        std::error_code error;
+        std::filesystem::create_directories(folder, error);
+        if (!error && access(folder.c_str(), W_OK | X_OK) != 0)
+            error.assign(errno, std::generic_category());
+        if (!error)
+            continue;
+        console.Say(fmt::format("--output: {}: found {}, wanted a folder that can be written to", folder.string(),
+                                error.message()));
+        return false;
+    }
+    return true;
+}
+
 /// Tells of the faults; true when none of them is in the way. A camera that will not run need not have its source.
 bool CanRun(const TCheck& check, const TRunOptions& options, CConsole& console)
 {
@@ -134,14 +155,12 @@ ExitCode Run(const TRunOptions& options, CConsole& console)
         return Failed;
     }
 
+    if (!options.output.empty() && !MakeFolders(options.output, chosen, console))
+        return Failed;
     CLoadedCameras loaded(rig, modules);
     auto ready = OpenSources(rig, chosen, loaded, modules, console);
     if (ready.size() < chosen.size())
         return Failed;
-    if (!options.output.empty())
-        for (const std::string& name : chosen)
-            std::filesystem::create_directories(options.output / name);
-
     const TRunLimits limits{options.frames, options.seconds, options.output};
     const TRunReport report = RunCameras(options.rig.string(), std::move(ready), limits, console);
     WriteResult(options.json ? ReportJson(report) : ReportText(report));

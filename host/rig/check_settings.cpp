@@ -156,7 +156,8 @@ void CSettingsCheck::CheckKeys(const std::vector<std::string>* driver_keys)
 {
     for (const std::string& key : device_.settings.Keys()) {
         const TRule* const rule = FindRule(key);
-        const bool camera_family = StartsWith(key, "LUT") || StartsWith(key, "PREPROCESS");  // checked with the tree
+        // Node lines are checked with the tree; lookup tables are a program's own, under any name that begins so.
+        const bool camera_family = StartsWith(key, "LUT") || StartsWith(key, "PREPROCESS");
         if (rule != nullptr ? device_.type < rule->since : camera_family && device_.type != DeviceType::Camera)
             Add(key, fmt::format("a key that a {} does not have", TypeName(device_.type)),
                 fmt::format("TYPE = {}, or no such key", TypeName(rule != nullptr ? rule->since : DeviceType::Camera)));

@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 #include <algorithm>
+#include <list>
 #include <map>
 #include <memory>
 
 #include "base/number_text.h"
 #include "dev/camera.h"
+#include "dev/camera_map.h"
 #include "rig/load.h"
 #include "rig/nearest.h"
 #include "system/console.h"
@@ -46,6 +48,7 @@ private:
     bool CheckSourceNode(const TNodeLine& line, const std::string& source);
     bool CheckOperation(const TNodeLine& line, const std::string& operation);
     bool Try(const TNodeLine& line, const std::string& operation);
+    void MakeCameras();
     std::vector<std::string> NodeNames() const;
 
     const TRig& rig_;
@@ -55,6 +58,8 @@ private:
     std::vector<TFault>& faults_;
     std::map<std::string, bool> nodes_;  ///< by name; true when the camera in memory has the node, too
     std::unique_ptr<dev::CCamera> camera_;
+    std::list<dev::CCamera> others_;  ///< ideal ones under the names of the rig's other cameras
+    dev::CCameraMap cameras_;
 };
 
 void CTreeCheck::Add(const std::string& key, const std::string& found, const std::string& wanted,
@@ -146,18 +151,43 @@ bool CTreeCheck::Try(const TNodeLine& line, const std::string& operation)
 {
     const CConsole::CCapture capture;
     try {
-        if (!camera_) {
-            camera_ = std::make_unique<dev::CCamera>();
-            LoadDevice(*camera_, device_, rig_.version);
-        }
-        if (camera_->Preprocess_Add(line.text) != nullptr)
-            return true;
+        if (!camera_)
+            MakeCameras();
     } catch (const std::exception& error) {
         Add(line.key, Quoted(line.text), fmt::format("a camera that loads ({})", error.what()));
         return false;
     }
-    Add(line.key, Quoted(line.text), fmt::format("a line that {} accepts ({})", operation, capture.LastError()));
+    std::string refusal;
+    try {
+        if (auto* const node = camera_->Preprocess_Add(line.text)) {
+            // Now that the cameras have names, an operation that looks one up can be asked again.
+            node->Connect(cameras_);
+            if (node->Parent() != nullptr)
+                node->SetSource(node->Parent()->Image(""));
+            return true;
+        }
+        refusal = capture.LastError();
+    } catch (const std::exception& error) {
+        refusal = error.what();
+    }
+    Add(line.key, Quoted(line.text), fmt::format("a line that {} accepts ({})", operation, refusal));
     return false;
+}
+
+void CTreeCheck::MakeCameras()
+{
+    auto camera = std::make_unique<dev::CCamera>();
+    LoadDevice(*camera, device_, rig_.version);
+    cameras_.Insert(device_.name, *camera);
+    for (const TDevice& other : rig_.devices) {
+        if (other.type != DeviceType::Camera || other.name == device_.name)
+            continue;
+        others_.emplace_back();
+        others_.back().Rename(other.name);
+        others_.back().SetFocalLength(1.0, 1.0);
+        cameras_.Insert(other.name, others_.back());
+    }
+    camera_ = std::move(camera);
 }
 
 void CTreeCheck::CheckChoice(const std::string& key)

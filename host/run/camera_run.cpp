@@ -78,12 +78,15 @@ void CCameraRun::Deliver()
         source_->Run(queue_);
     } catch (const std::exception& error) {
         failure_ = error.what();
+        if (failure_.empty())
+            failure_ = "an exception without a text";
     } catch (...) {
         failure_ = "unknown exception";
     }
+    // The end first: talk may wait for whoever reads it. What failed does not change any more.
+    queue_.End();
     if (!failure_.empty())
         console_.Say(fmt::format("{}: the source failed: {}", name_, failure_));
-    queue_.End();
 }
 
 /// On the strand, one frame per turn.

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <thread>
+#include <utility>
 
 #include "run/camera_run.h"
 #include "system/console.h"
@@ -20,6 +21,7 @@ namespace asio = boost::asio;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds live_period(500);
+constexpr std::chrono::milliseconds same_signal(100);
 
 /// The main thread's part: signals, timers, and the count of the cameras that still run. The pool does the work.
 class CRigRun
@@ -42,6 +44,17 @@ public:
         if (limits.seconds > 0.0)
             AwaitEnd(limits.seconds);
     }
+
+    /// After an exception the threads still run, and what they use goes with this object.
+    ~CRigRun()
+    {
+        StopAll(CFrameQueue::Ending::Drop);
+        for (const auto& run : runs_)
+            run->Join();
+        pool_.join();
+    }
+    CRigRun(const CRigRun&) = delete;
+    CRigRun& operator=(const CRigRun&) = delete;
 
     TRunReport Run()
     {
@@ -82,12 +95,16 @@ private:
         signals_.async_wait([this](const boost::system::error_code& error, int) {
             if (error)
                 return;
-            if (interrupted_)
-                std::_Exit(Interrupted);
-            interrupted_ = true;
             AwaitSignal();
-            console_.Say("stopping; once more to end at once");
+            // Whoever hands a signal to a program and to its group sends one intention twice.
+            const auto now = Clock::now();
+            if (interrupted_ && now - interrupted_at_ > same_signal)
+                std::_Exit(Interrupted);
+            if (std::exchange(interrupted_, true))
+                return;
+            interrupted_at_ = now;
             StopAll(CFrameQueue::Ending::Drop);
+            console_.Say("stopping; once more to end at once");
         });
     }
 
@@ -124,6 +141,7 @@ private:
     std::vector<std::unique_ptr<CCameraRun>> runs_;
     std::size_t running_;
     bool interrupted_ = false;
+    Clock::time_point interrupted_at_;
 };
 
 }  // namespace

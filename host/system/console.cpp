@@ -1,5 +1,6 @@
 #include "system/console.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <cerrno>
@@ -41,8 +42,12 @@ std::string Cut(const std::string& text, std::size_t columns)
     return text;
 }
 
+/// Talk is lost rather than that a run waits for somebody who does not read it.
 void WriteTalk(const std::string& text)
 {
+    pollfd talk{STDERR_FILENO, POLLOUT, 0};
+    if (poll(&talk, 1, 100) <= 0)
+        return;
     std::fwrite(text.data(), 1, text.size(), stderr);
     std::fflush(stderr);
 }
