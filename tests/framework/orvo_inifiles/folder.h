@@ -17,7 +17,10 @@ namespace test {
 class CFolder
 {
 public:
-    CFolder() : path_(Parent() / boost::filesystem::unique_path("orvo-ini-%%%%%%%%%%%%"))
+    /// In memory where there is such a place: thousands of saves wait for the disk otherwise.
+    CFolder()
+        : path_((access("/dev/shm", W_OK) == 0 ? "/dev/shm" : boost::filesystem::temp_directory_path()) /
+                boost::filesystem::unique_path("orvo-ini-%%%%%%%%%%%%"))
     {
         boost::filesystem::create_directory(path_);
     }
@@ -26,8 +29,6 @@ public:
         boost::system::error_code ignored;
         boost::filesystem::remove_all(path_, ignored);
     }
-    CFolder(const CFolder&) = delete;
-    CFolder& operator=(const CFolder&) = delete;
 
     boost::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
@@ -59,8 +60,6 @@ public:
             boost::filesystem::remove_all((*this) / name);
     }
 
-    void Permit(const std::string& name, mode_t mode) const { chmod(((*this) / name).c_str(), mode); }
-
     mode_t Mode(const std::string& name) const
     {
         struct stat status = {};
@@ -69,13 +68,7 @@ public:
     }
 
 private:
-    /// In memory where there is such a place: thousands of saves wait for the disk otherwise.
-    static boost::filesystem::path Parent()
-    {
-        return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : boost::filesystem::temp_directory_path();
-    }
-
-    boost::filesystem::path path_;
+    const boost::filesystem::path path_;
 };
 
 }  // namespace test

@@ -1,10 +1,10 @@
 // Random documents and random edits, against a model that keeps lines in a list and knows nothing of places and tables.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <list>
 #include <map>
 #include <random>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,20 +14,12 @@
 
 namespace {
 
+using TValues = std::map<std::pair<std::string, std::string>, std::string>;
+
+/// A header has a section, a line of a key a key as well, any other line neither.
 struct TLine
 {
-    enum class Kind
-    {
-        Other,
-        Header,
-        Key
-    } kind;
-    std::string section;
-    std::string key;
-    std::string before;  ///< up to the value
-    std::string value;
-    std::string after;
-    std::string end;
+    std::string section, key, before, value, after, end;
 };
 
 /// What a settings file should do, said in the simplest way.
@@ -45,11 +37,11 @@ public:
         return text;
     }
 
-    std::map<std::pair<std::string, std::string>, std::string> Values() const
+    TValues Values() const
     {
-        std::map<std::pair<std::string, std::string>, std::string> values;
+        TValues values;
         for (const TLine& line : lines)
-            if (line.kind == TLine::Kind::Key)
+            if (!line.key.empty())
                 values[{line.section, line.key}] = line.value;
         return values;
     }
@@ -58,22 +50,22 @@ public:
     {
         auto last = lines.end();
         for (auto line = lines.begin(); line != lines.end(); ++line) {
-            if (line->section == section && line->kind == TLine::Kind::Key && line->key == key) {
+            if (line->section == section && line->key == key) {
                 line->value = value;
                 return;
             }
-            if (line->section == section && line->kind != TLine::Kind::Other)
+            if (line->section == section)
                 last = line;
         }
         if (last == lines.end()) {
             const std::string end = GiveEnd(last);
             if (!lines.empty())
-                lines.push_back({TLine::Kind::Other, "", "", "", "", "", end});
-            lines.push_back({TLine::Kind::Header, section, "", "[" + section + "]", "", "", end});
+                lines.push_back({"", "", "", "", "", end});
+            lines.push_back({section, "", "[" + section + "]", "", "", end});
             last = std::prev(lines.end());
         }
         const std::string end = GiveEnd(std::next(last));
-        lines.insert(std::next(last), {TLine::Kind::Key, section, key, key + " = ", value, "", end});
+        lines.insert(std::next(last), {section, key, key + " = ", value, "", end});
     }
 
 private:
@@ -96,27 +88,20 @@ public:
 
     std::size_t Below(std::size_t count) { return generator_() % count; }
 
-    template <typename T, std::size_t N>
-    T Of(const T (&choices)[N])
-    {
-        return choices[Below(N)];
-    }
-
     /// Short, so that names meet again, of characters that are troublesome where they are allowed.
     std::string Word(const std::string& alphabet, std::size_t most)
     {
         std::string word;
         for (std::size_t size = 1 + Below(most); word.size() < size;)
             word += alphabet[Below(alphabet.size())];
-        word.erase(0, std::min(word.find_first_not_of(" \t"), word.size()));
-        word.erase(word.find_last_not_of(" \t") + 1);
-        return word.empty() ? "x" : word;
+        // Blanks at the ends belong to no name and no value.
+        return word.find_first_of(" \t") == 0 || word.find_last_of(" \t") == word.size() - 1 ? "x" : word;
     }
 
     std::string Section() { return Word("AB [;#=", 2); }
     std::string Key() { return "K" + Word("AB []", 2); }
     std::string Value() { return Below(4) == 0 ? "" : Word("01.,;#=[] \t\xc3\xa4", 1 + Below(20)); }
-    std::string Blanks() { return Of<const char*>({"", "", " ", "\t", "  \t"}); }
+    std::string Blanks() { return std::string(Below(3), Below(2) == 0 ? ' ' : '\t'); }
 
 private:
     std::mt19937 generator_;
@@ -127,23 +112,19 @@ CModel RandomDocument(CRandom& random)
     CModel model;
     if (random.Below(4) == 0)
         model.mark = "\xef\xbb\xbf";
-    const std::size_t line_ends = random.Below(3);
+    const std::size_t line_feeds = random.Below(3);  // of two: none, some or all lines end with it alone
     std::string section;
-    std::map<std::pair<std::string, std::string>, bool> taken;
+    std::set<std::pair<std::string, std::string>> taken;
     for (std::size_t count = random.Below(25); count > 0; --count) {
-        const std::string end = line_ends == 0 || (line_ends == 1 && random.Below(2) == 0) ? "\n" : "\r\n";
-        TLine line = {TLine::Kind::Other, "", "", "", "", "", end};
+        TLine line;
+        line.end = random.Below(2) < line_feeds ? "\n" : "\r\n";
         const std::size_t kind = random.Below(6);
         const std::string name = random.Section(), key = random.Key();
-        if (kind == 0 && !taken[{name, ""}]) {
-            taken[{name, ""}] = true;
+        if (kind == 0 && taken.insert({name, ""}).second) {
             section = name;
-            line.kind = TLine::Kind::Header;
             line.section = section;
             line.before = random.Blanks() + "[" + random.Blanks() + section + random.Blanks() + "]" + random.Blanks();
-        } else if (kind > 1 && !section.empty() && !taken[{section, key}]) {
-            taken[{section, key}] = true;
-            line.kind = TLine::Kind::Key;
+        } else if (kind > 1 && !section.empty() && taken.insert({section, key}).second) {
             line.section = section;
             line.key = key;
             line.before = random.Blanks() + key + random.Blanks() + "=" + random.Blanks();
@@ -152,7 +133,7 @@ CModel RandomDocument(CRandom& random)
             line.after = line.value.empty() ? "" : random.Blanks();
         } else {
             line.before =
-                random.Blanks() + (random.Below(2) == 0 ? random.Of<const char*>({";", "#", "; [A]", "#K=1"}) : "");
+                random.Blanks() + std::vector<std::string>{"", "", ";", "#", "; [A]", "#K=1"}[random.Below(6)];
         }
         model.lines.push_back(line);
     }
@@ -191,9 +172,8 @@ TEST(INIFileModel, DoesWhatTheModelDoes)
         ASSERT_EQ(folder.Read(name), model.Text());
 
         const kt::ini::INIFile again(folder / name, "A");
-        std::map<std::pair<std::string, std::string>, std::string> values;
         for (const kt::ini::INIFile& document : {ini, again}) {
-            values.clear();
+            TValues values;
             for (const std::string& section : document.Sections())
                 for (const std::string& key : document.Section(section).Keys())
                     values[{section, key}] = document.Section(section).Value<std::string>(key);

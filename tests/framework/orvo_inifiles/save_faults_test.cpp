@@ -16,7 +16,6 @@ namespace {
 using kt::ini::INIFile;
 using test::Trouble;
 using testing::AnyOf;
-using testing::Contains;
 using testing::HasSubstr;
 
 const char* const old_text = "; the old one\n[A]\nK=v\n\n[B]\nL=w";
@@ -25,9 +24,7 @@ const char* const new_text = "; the old one\n[A]\nK=changed\nN = 1\n\n[B]\nL=w\n
 /// One way for the target to be there, or not.
 struct TPlace
 {
-    const char* name;
-    bool exists;
-    bool is_linked;
+    bool exists, is_linked;
 };
 
 class SaveFaults : public testing::TestWithParam<TPlace>
@@ -38,7 +35,7 @@ protected:
     {
         folder_.Empty();
         folder_.Write("rig.ini", old_text);
-        folder_.Permit("rig.ini", 0640);
+        chmod((folder_ / "rig.ini").c_str(), 0640);
         boost::filesystem::create_symlink("rig.ini", folder_ / "link.ini");
         INIFile ini(folder_ / (GetParam().is_linked ? "link.ini" : "rig.ini"), "A");
         ini.set("K", "changed");
@@ -67,17 +64,14 @@ protected:
     {
         EXPECT_THAT(folder_.Read("rig.ini"), AnyOf(GetParam().exists ? old_text : "(missing)", new_text));
         EXPECT_TRUE(boost::filesystem::is_symlink(folder_ / "link.ini"));
-        if (GetParam().exists) {
-            EXPECT_EQ(folder_.Mode("rig.ini"), 0640u);
-        }
+        EXPECT_TRUE(!GetParam().exists || folder_.Mode("rig.ini") == 0640u);
     }
 
     std::vector<std::string> Leftovers() const
     {
         std::vector<std::string> names = folder_.List();
-        names.erase(std::remove_if(names.begin(), names.end(),
-                                   [](const std::string& name) { return name == "rig.ini" || name == "link.ini"; }),
-                    names.end());
+        for (const char* known : {"rig.ini", "link.ini"})
+            names.erase(std::remove(names.begin(), names.end(), known), names.end());
         return names;
     }
 
@@ -85,41 +79,32 @@ protected:
     std::vector<std::string> calls_;
 };
 
-TEST_P(SaveFaults, WhenOneCallFailsTheFileIsOldOrNewAndNothingIsLeftBeside)
+TEST_P(SaveFaults, WhenCallsFailTheFileIsOldOrNew)
 {
-    for (int at = 1;; ++at) {
-        const INIFile ini = Prepare();
-        const std::string what = Save(ini, Trouble::OneFails, at);
-        if (static_cast<int>(calls_.size()) < at) {
-            EXPECT_EQ(what, "");
-            EXPECT_GT(at, 8) << "calls went past the test";
-            break;
+    for (const Trouble trouble : {Trouble::OneFails, Trouble::AllFail})
+        for (int at = 1;; ++at) {
+            const INIFile ini = Prepare();
+            const std::string what = Save(ini, trouble, at);
+            if (static_cast<int>(calls_.size()) < at) {
+                EXPECT_EQ(what, "");
+                EXPECT_GT(at, 8) << "calls went past the test";
+                break;
+            }
+            SCOPED_TRACE("call " + std::to_string(at) + ", " + calls_[static_cast<std::size_t>(at) - 1]);
+            ExpectOldOrNew();
+            if (trouble == Trouble::AllFail)
+                continue;
+            EXPECT_THAT(Leftovers(), testing::IsEmpty());
+            if (what.empty())
+                EXPECT_EQ(folder_.Read("rig.ini"), new_text) << "no error, and not saved";
+            else
+                EXPECT_THAT(
+                    what, AnyOf(HasSubstr((folder_ / "rig.ini").string()), HasSubstr((folder_ / "link.ini").string())));
+
+            // The document is none the worse for it.
+            EXPECT_EQ(Save(ini, Trouble::None), "");
+            EXPECT_EQ(folder_.Read("rig.ini"), new_text);
         }
-        SCOPED_TRACE("call " + std::to_string(at) + ", " + calls_[static_cast<std::size_t>(at) - 1]);
-        ExpectOldOrNew();
-        EXPECT_THAT(Leftovers(), testing::IsEmpty());
-        if (what.empty())
-            EXPECT_EQ(folder_.Read("rig.ini"), new_text) << "no error, and not saved";
-        else
-            EXPECT_THAT(what,
-                        AnyOf(HasSubstr((folder_ / "rig.ini").string()), HasSubstr((folder_ / "link.ini").string())));
-
-        // The document is none the worse for it.
-        EXPECT_EQ(Save(ini, Trouble::None), "");
-        EXPECT_EQ(folder_.Read("rig.ini"), new_text);
-    }
-}
-
-TEST_P(SaveFaults, WhenTheDiskGoesAwayTheFileIsOldOrNew)
-{
-    for (int at = 1;; ++at) {
-        const INIFile ini = Prepare();
-        Save(ini, Trouble::AllFail, at);
-        if (static_cast<int>(calls_.size()) < at)
-            break;
-        SCOPED_TRACE("from call " + std::to_string(at));
-        ExpectOldOrNew();
-    }
 }
 
 TEST_P(SaveFaults, WhenTheProcessEndsTheFileIsOldOrNew)
@@ -151,18 +136,13 @@ TEST_P(SaveFaults, WhenTheProcessEndsTheFileIsOldOrNew)
     }
 }
 
-TEST_P(SaveFaults, ShortWritesAndSignalsDoNotMatter)
+TEST_P(SaveFaults, ShortWritesAndSignalsDoNotMatterAndBytesReachTheDiskBeforeTheName)
 {
-    const INIFile ini = Prepare();
-    EXPECT_EQ(Save(ini, Trouble::Hamper), "");
+    EXPECT_EQ(Save(Prepare(), Trouble::Hamper), "");
     EXPECT_EQ(folder_.Read("rig.ini"), new_text);
     EXPECT_GT(calls_.size(), std::string(new_text).size());
-}
 
-TEST_P(SaveFaults, BytesReachTheDiskBeforeTheNameAndTheNameBeforeTheEnd)
-{
-    const INIFile ini = Prepare();
-    EXPECT_EQ(Save(ini, Trouble::None), "");
+    EXPECT_EQ(Save(Prepare(), Trouble::None), "");
     std::string order;
     for (const std::string& call : calls_)
         if (call == "writev" || call == "fsync" || call == "rename")
@@ -171,33 +151,27 @@ TEST_P(SaveFaults, BytesReachTheDiskBeforeTheNameAndTheNameBeforeTheEnd)
 }
 
 INSTANTIATE_TEST_SUITE_P(Places, SaveFaults,
-                         testing::Values(TPlace{"File", true, false}, TPlace{"NoFile", false, false},
-                                         TPlace{"Link", true, true}, TPlace{"DanglingLink", false, true}),
-                         [](const testing::TestParamInfo<TPlace>& place) { return place.param.name; });
+                         testing::Values(TPlace{true, false}, TPlace{false, false}, TPlace{true, true},
+                                         TPlace{false, true}));
 
 TEST(LoadFaults, AFailedCallIsAnErrorAndNeverAnEmptyDocument)
 {
     const test::CFolder folder;
     folder.Write("rig.ini", old_text);
-    for (int at = 1;; ++at) {
+    int at = 0, calls = 0;
+    do {
         std::string what, value;
-        test::Arm(Trouble::OneFails, at);
+        test::Arm(Trouble::OneFails, ++at);
         try {
             INIFile(folder / "rig.ini", "A").efind("K", value);
         } catch (const std::runtime_error& error) {
             what = error.what();
         }
-        const std::vector<std::string> calls = test::Disarm();
-        if (static_cast<int>(calls.size()) < at) {
-            EXPECT_GT(at, 4) << "calls went past the test";
-            break;
-        }
-        SCOPED_TRACE("call " + std::to_string(at) + ", " + calls[static_cast<std::size_t>(at) - 1]);
-        if (value.empty())
-            EXPECT_THAT(what, HasSubstr((folder / "rig.ini").string()));
-        else
-            EXPECT_EQ(value, "v");
-    }
+        calls = static_cast<int>(test::Disarm().size());
+        EXPECT_TRUE(value == "v" || (value.empty() && what.find((folder / "rig.ini").string()) != std::string::npos))
+            << "call " << at << ": " << what;
+    } while (calls >= at);
+    EXPECT_GT(at, 4) << "calls went past the test";
 
     test::Arm(Trouble::Hamper);
     const std::string value = INIFile(folder / "rig.ini", "B").Value<std::string>("L");

@@ -15,17 +15,6 @@ void* __libc_memalign(std::size_t boundary, std::size_t size);
 namespace {
 
 std::atomic<unsigned long> g_count{0};
-thread_local bool t_fail_next = false;
-
-void* Aligned(std::size_t boundary, std::size_t size)
-{
-    g_count.fetch_add(1, std::memory_order_relaxed);
-    if (t_fail_next) {
-        t_fail_next = false;
-        return nullptr;
-    }
-    return __libc_memalign(boundary, size);
-}
 
 }  // namespace
 
@@ -33,46 +22,42 @@ unsigned long allocation_count::All()
 {
     return g_count.load();
 }
-void allocation_count::FailNext()
-{
-    t_fail_next = true;
-}
-
 // Visible, so that the libraries of the program call these and not the C library's.
 #pragma GCC visibility push(default)
 extern "C" {
 
 void* malloc(std::size_t size)
 {
-    g_count.fetch_add(1, std::memory_order_relaxed);
+    ++g_count;
     return __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size)
 {
-    g_count.fetch_add(1, std::memory_order_relaxed);
+    ++g_count;
     return __libc_calloc(count, size);
 }
 
 void* realloc(void* memory, std::size_t size)
 {
-    g_count.fetch_add(1, std::memory_order_relaxed);
+    ++g_count;
     return __libc_realloc(memory, size);
 }
 
 void* memalign(std::size_t boundary, std::size_t size)
 {
-    return Aligned(boundary, size);
+    ++g_count;
+    return __libc_memalign(boundary, size);
 }
 
 void* aligned_alloc(std::size_t boundary, std::size_t size)
 {
-    return Aligned(boundary, size);
+    return memalign(boundary, size);
 }
 
 int posix_memalign(void** memory, std::size_t boundary, std::size_t size)
 {
-    *memory = Aligned(boundary, size);
+    *memory = memalign(boundary, size);
     return *memory == nullptr ? ENOMEM : 0;
 }
 

@@ -9,9 +9,6 @@ namespace allocation_count {
 /// Allocations since the program began.
 unsigned long All();
 
-/// Lets the next aligned allocation of the calling thread fail, as if there were no memory.
-void FailNext();
-
 }  // namespace allocation_count
 
 #endif

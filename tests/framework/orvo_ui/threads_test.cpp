@@ -4,7 +4,6 @@
 #include <atomic>
 #include <boost/make_shared.hpp>
 #include <boost/property_tree/ptree.hpp>
-#include <stdexcept>
 #include <thread>
 
 #include "framework/orvo_ui/text_variable.h"
@@ -48,12 +47,18 @@ private:
 
 }  // namespace
 
-TEST(Threads, TreesAreReadWhileTheyAreBuiltAndDropped)
+TEST(Threads, TreesAndPicturesAreReadWhileTheyAreBuiltAndDropped)
 {
     ui::detail::PanelManager& manager = ui::PanelManagerInstance();
     std::atomic<int> heard{0};
     std::atomic<long> newest{-1};
     Widget standing("panel");  // there for the reader at any moment, beside those that come and go
+    ui::win::CWindow window(4, 4);
+    const Meanwhile viewer([&] {
+        window.Show(true);
+        window.Picture();
+        window.Generation();
+    });
     const Meanwhile reader([&] {
         for (const Widget& panel : manager.Panels()) {
             boost::property_tree::ptree tree;
@@ -70,9 +75,11 @@ TEST(Threads, TreesAreReadWhileTheyAreBuiltAndDropped)
         manager.Disconnect(connection);
     });
 
-    for (int i = 0; !reader.Enough() || !listener.Enough(); ++i) {
-        Widget panel("panel");
-        Widget sizer("vsizer");
+    for (int i = 0; !reader.Enough() || !listener.Enough() || !viewer.Enough(); ++i) {
+        window.Clear();
+        window.DrawImage(cimage::Build("Mono8 4x4"));
+        window.Refresh(true);
+        Widget panel("panel"), sizer("vsizer");
         panel.Add(sizer);
         const ui::var::Base variable(boost::make_shared<test::TextVariable>("value"));
         newest.store(variable.Id(), std::memory_order_relaxed);
@@ -87,49 +94,4 @@ TEST(Threads, TreesAreReadWhileTheyAreBuiltAndDropped)
         box.Detach();
     }
     EXPECT_GT(heard, 0);
-}
-
-TEST(Threads, BranchesMoveBetweenTreesThatTwoThreadsShare)
-{
-    Widget left("panel");
-    Widget right("panel");
-    const Widget branch("vsizer");
-    const auto Move = [](Widget from, Widget to, Widget moved) {
-        try {
-            to.Add(moved);
-            moved.Add(from);
-            from.Detach();
-        } catch (const std::logic_error&) {
-            // The other thread was just between its last two steps: this one would have closed a ring.
-        }
-    };
-    {
-        const Meanwhile other([&] { Move(left, right, branch); });
-        while (!other.Enough())
-            Move(right, left, branch);
-    }
-    left.Detach();
-    right.Detach();
-    EXPECT_LE(left.Children().size() + right.Children().size(), 1U) << "the branch is in one tree at most";
-}
-
-TEST(Threads, PicturesAreTakenWhileTheyAreDrawn)
-{
-    ui::win::WindowsMap windows;
-    const Meanwhile viewer([&] {
-        ui::win::CWindow& window = windows.Window("");
-        window.Show(true);
-        window.Picture();
-        window.Generation();
-        windows.Windows();
-    });
-    std::uint64_t rounds = 0;
-    for (; !viewer.Enough(); ++rounds) {
-        ui::win::CWindow& window = windows.Window("");
-        window.Clear();
-        window.DrawImage(cimage::Build("Mono8 4x4"));
-        window.Refresh(true);
-        windows.Insert(std::to_string(rounds % 8), 4, 4);
-    }
-    EXPECT_EQ(windows.Window("").Generation(), rounds);
 }
