@@ -7,11 +7,9 @@
 
 #include <boost/filesystem.hpp>
 #include <boost/noncopyable.hpp>
-#include <condition_variable>
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -62,8 +60,10 @@ inline const capture::CDriver& LoadDriver(const std::string& name)
     return *reinterpret_cast<decltype(&orvo_capture_driver_1)>(::dlsym(library, "orvo_capture_driver_1"))();
 }
 
+using Keys = std::vector<std::pair<std::string, std::string>>;
+
 /// A camera's section in memory.
-inline kt::ini::INIFile Settings(const std::vector<std::pair<std::string, std::string>>& keys)
+inline kt::ini::INIFile Settings(const Keys& keys = {})
 {
     kt::ini::INIFile settings("no file of this name", "CAM");
     for (const auto& key : keys)
@@ -81,60 +81,17 @@ public:
     void Offer(const dev::TFrame<>& frame) override
     {
         ++offered;
-        Keep(frame);
+        Push(frame);
     }
     bool Push(const dev::TFrame<>& frame) override
-    {
-        ++pushed;
-        return Keep(frame);
-    }
-    void Lost(const std::string&, std::uint64_t count) override { lost += count; }
-
-    std::vector<dev::TFrame<>> frames;
-    std::size_t offered = 0;
-    std::size_t pushed = 0;
-    std::uint64_t lost = 0;
-
-private:
-    bool Keep(const dev::TFrame<>& frame)
     {
         frames.push_back(frame);
         return on_frame(frame);
     }
-};
-
-/// A host that is full until it is closed.
-class CFullSink : public capture::CSink
-{
-public:
-    void Offer(const dev::TFrame<>&) override {}
-    bool Push(const dev::TFrame<>&) override
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        waiting_ = true;
-        changed_.notify_all();
-        changed_.wait(lock, [this] { return closed_; });
-        return false;
-    }
     void Lost(const std::string&, std::uint64_t) override {}
 
-    void AwaitPush()
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait(lock, [this] { return waiting_; });
-    }
-    void Close()
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        closed_ = true;
-        changed_.notify_all();
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool waiting_ = false;
-    bool closed_ = false;
+    std::vector<dev::TFrame<>> frames;
+    std::size_t offered = 0;  ///< how many of them came without waiting for the host
 };
 
 }  // namespace drivers_test

@@ -1,7 +1,7 @@
 // What every capture driver keeps to, whatever it captures from.
 #include <gmock/gmock.h>
 
-#include <algorithm>
+#include <future>
 #include <thread>
 
 #include "drivers/driver_fixture.h"
@@ -9,7 +9,7 @@
 namespace drivers_test {
 namespace {
 
-using testing::AnyOf;
+using testing::AllOf;
 using testing::HasSubstr;
 
 /// A driver, and how to get sources out of it.
@@ -17,10 +17,10 @@ struct TDriverCase
 {
     const char* driver;
     const char* format;
-    /// A location in the folder with so many frames in it.
+    /// A location in the folder with so many frames in it, whose pixels hold their number.
     std::function<std::string(const CFolder& folder, unsigned int frames)> make_location;
     /// Keys that make the source begin again for ever.
-    std::vector<std::pair<std::string, std::string>> endless;
+    Keys endless;
     /// A location that cannot be opened.
     std::string bad_location;
 };
@@ -43,98 +43,76 @@ const TDriverCase all_drivers[] = {{"images", "Mono8 6x4", MakePictures, {{"LOOP
 class SourceContract : public testing::TestWithParam<TDriverCase>
 {
 protected:
-    std::unique_ptr<capture::CSource> Open(unsigned int frames, const kt::ini::INIFile& settings)
+    std::unique_ptr<capture::CSource> Open(unsigned int frames, const Keys& keys)
     {
-        return driver_.Open({GetParam().make_location(folder_, frames), "", settings, GetParam().format});
+        return driver_.Open({GetParam().make_location(folder_, frames), "", Settings(keys), GetParam().format});
     }
 
     CFolder folder_;
+    CFakeSink sink_;
     const capture::CDriver& driver_ = LoadDriver(GetParam().driver);
-    const kt::ini::INIFile plain_ = Settings({});
-    const kt::ini::INIFile endless_ = Settings(GetParam().endless);
 };
-
-TEST_P(SourceContract, TellsItsSchemeAndWhatItReads)
-{
-    EXPECT_EQ(driver_.Syntax().find(std::string(GetParam().driver) + ":"), 0U);
-    EXPECT_FALSE(driver_.Description().empty());
-    for (const auto& key : GetParam().endless)
-        EXPECT_THAT(driver_.Keys(), testing::Contains(key.first));
-}
 
 TEST_P(SourceContract, DeliversEveryFrameInOrderInTheWantedFormat)
 {
-    CFakeSink sink;
-    Open(5, plain_)->Run(sink);
-    ASSERT_EQ(sink.frames.size(), 5U);
-    for (std::size_t i = 0; i < sink.frames.size(); ++i) {
-        EXPECT_EQ(sink.frames[i].counter1, i);
-        ASSERT_TRUE(sink.frames[i].image);
-        EXPECT_EQ(sink.frames[i].image->Descriptor(), GetParam().format);
-        EXPECT_FALSE(sink.frames[i].time_stamp.is_not_a_date_time());
-        EXPECT_FALSE(sink.frames[i].text.empty());
+    Open(5, {})->Run(sink_);
+    ASSERT_EQ(sink_.frames.size(), 5U);
+    for (std::size_t i = 0; i < sink_.frames.size(); ++i) {
+        EXPECT_EQ(sink_.frames[i].counter1, i);
+        ASSERT_TRUE(sink_.frames[i].image);
+        EXPECT_EQ(sink_.frames[i].image->Descriptor(), GetParam().format);
+        EXPECT_EQ(*sink_.frames[i].image->Data(), i);  // and no later frame wrote over it
+        EXPECT_FALSE(sink_.frames[i].time_stamp.is_not_a_date_time());
+        EXPECT_FALSE(sink_.frames[i].text.empty());
     }
 }
 
 TEST_P(SourceContract, StopBeforeRunMakesItReturnAtOnce)
 {
-    const auto source = Open(3, endless_);
+    const auto source = Open(3, GetParam().endless);
     source->Stop();
-    CFakeSink sink;
-    source->Run(sink);
-    EXPECT_LE(sink.frames.size(), 1U);
+    source->Run(sink_);
+    EXPECT_LE(sink_.frames.size(), 1U);
     source->Stop();
 }
 
-TEST_P(SourceContract, StopFromAnotherThreadEndsAnEndlessRun)
+TEST_P(SourceContract, StopFromAnotherThreadReturnsWhileTheHostIsFullAndEndsAnEndlessRun)
 {
-    const auto source = Open(3, endless_);
-    CFakeSink sink;
-    std::thread stopper;
-    sink.on_frame = [&](const dev::TFrame<>& frame) {
-        if (frame.counter1 == 7)
-            stopper = std::thread([&] { source->Stop(); });
+    const auto source = Open(3, GetParam().endless);
+    std::promise<void> full;
+    std::promise<void> closed;
+    sink_.on_frame = [&](const dev::TFrame<>& frame) {
+        if (frame.counter1 == 7) {
+            full.set_value();
+            closed.get_future().wait();
+        }
         return true;
     };
-    source->Run(sink);
-    stopper.join();
-    EXPECT_GE(sink.frames.size(), 8U);
+    std::thread runner([&] { source->Run(sink_); });
+    full.get_future().wait();
+    source->Stop();
+    closed.set_value();
+    runner.join();
+    EXPECT_GE(sink_.frames.size(), 8U);
 }
 
 TEST_P(SourceContract, EndsWhenTheHostTakesNoMore)
 {
-    CFakeSink sink;
-    sink.on_frame = [](const dev::TFrame<>& frame) { return frame.counter1 < 4; };
-    Open(3, endless_)->Run(sink);
-    EXPECT_EQ(sink.frames.size(), 5U);
+    sink_.on_frame = [](const dev::TFrame<>& frame) { return frame.counter1 < 4; };
+    Open(3, GetParam().endless)->Run(sink_);
+    EXPECT_EQ(sink_.frames.size(), 5U);
 }
 
-TEST_P(SourceContract, StopsWhileItWaitsForTheHost)
+TEST_P(SourceContract, CheckAndOpenAgreeOnALocation)
 {
-    const auto source = Open(3, endless_);
-    CFullSink sink;
-    std::thread runner([&] { source->Run(sink); });
-    sink.AwaitPush();
-    source->Stop();
-    sink.Close();
-    runner.join();
-}
-
-TEST_P(SourceContract, CheckPassesWhatOpenOpens)
-{
-    const std::string location = GetParam().make_location(folder_, 1);
-    EXPECT_TRUE(driver_.Check({location, "", endless_, GetParam().format}).empty());
-}
-
-TEST_P(SourceContract, CheckAndOpenRefuseABadLocation)
-{
-    const auto faults = driver_.Check({GetParam().bad_location, "", plain_, GetParam().format});
+    const auto& row = GetParam();
+    EXPECT_TRUE(driver_.Check({row.make_location(folder_, 1), "", Settings(row.endless), row.format}).empty());
+    const auto faults = driver_.Check({row.bad_location, "", Settings(), row.format});
     ASSERT_EQ(faults.size(), 1U);
     EXPECT_EQ(faults[0].key, "SOURCE");
-    EXPECT_FALSE(faults[0].found.empty());
-    EXPECT_FALSE(faults[0].wanted.empty());
+    EXPECT_FALSE(faults[0].found.empty() || faults[0].wanted.empty());
     try {
-        driver_.Open({GetParam().bad_location, "", plain_, GetParam().format});
+        driver_.Open({row.bad_location, "", Settings(), row.format});
         ADD_FAILURE() << "opened";
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(), AllOf(HasSubstr("found "), HasSubstr(", wanted ")));

@@ -22,15 +22,6 @@ namespace plugins_test {
 using dev::camera::Plugin;
 using Keys = std::vector<std::pair<std::string, std::string>>;
 
-/// Loads every operation, once.
-inline void LoadOperations()
-{
-    for (const std::string operation : {"Blur", "Crop", "Demosaic", "Gray", "Resize", "Undistort"}) {
-        if (::dlopen((ORVO_PLUGINS_DIR "/" + operation + ".so").c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr)
-            throw std::runtime_error(::dlerror());
-    }
-}
-
 /// A new image with those pixels: 8 or 16 bits, one channel or three.
 inline boost::shared_ptr<cimage::CImage> ImageOf(const std::string& format, const cv::Mat& pixels)
 {
@@ -86,10 +77,7 @@ public:
 inline boost::shared_ptr<Plugin> Make(const std::string& operation, const std::string& options,
                                       const Plugin::ImagePtr& input, dev::CCamera* camera = nullptr)
 {
-    const auto* const creator = dev::camera::PluginSingleton::Instance().Find(operation);
-    if (creator == nullptr)
-        throw std::logic_error("nobody registered " + operation);
-    const boost::shared_ptr<Plugin> plugin((*creator)());
+    const boost::shared_ptr<Plugin> plugin((*dev::camera::PluginSingleton::Instance().Find(operation))());
     plugin->SetOperation(operation, options);
     plugin->SetSource(input);
     if (camera != nullptr)
@@ -99,10 +87,9 @@ inline boost::shared_ptr<Plugin> Make(const std::string& operation, const std::s
 }
 
 /// The default output of an operation for one input.
-inline Plugin::ImagePtr RunOnce(const std::string& operation, const std::string& options, const Plugin::ImagePtr& input,
-                                dev::CCamera* camera = nullptr)
+inline Plugin::ImagePtr RunOnce(const std::string& operation, const std::string& options, const Plugin::ImagePtr& input)
 {
-    const auto plugin = Make(operation, options, input, camera);
+    const auto plugin = Make(operation, options, input);
     plugin->Execute(input);
     return plugin->Image("");
 }
@@ -122,7 +109,11 @@ std::string ErrorOf(const Call& call)
 class Operations : public testing::Test
 {
 protected:
-    static void SetUpTestSuite() { LoadOperations(); }
+    static void SetUpTestSuite()
+    {
+        for (const std::string operation : {"Blur", "Crop", "Demosaic", "Gray", "Resize", "Undistort"})
+            ASSERT_NE(::dlopen((ORVO_PLUGINS_DIR "/" + operation + ".so").c_str(), RTLD_NOW), nullptr) << ::dlerror();
+    }
 };
 
 }  // namespace plugins_test
