@@ -4,12 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <string>
-
 #include "dev/camera.h"
 #include "orvo/camera/console.h"
-#include "orvo_inifiles/inifile.h"
+#include "orvo/dev/settings_file.h"
 #include "orvo_proc_cimage/image.h"
 
 namespace test {
@@ -17,24 +14,6 @@ namespace test {
 class CameraFixture : public testing::Test
 {
 protected:
-    using Keys = std::map<std::string, std::string>;
-
-    static kt::ini::INIFile File(const Keys& keys)
-    {
-        kt::ini::INIFile ini("/nowhere/rig.ini", "CAMERA");
-        for (const auto& key : keys)
-            ini.set(key.first, key.second);
-        return ini;
-    }
-
-    static Keys Contents(const kt::ini::INIFile& ini)
-    {
-        Keys keys;
-        for (const std::string& key : ini.Keys())
-            ini.efind(key, keys[key]);
-        return keys;
-    }
-
     void Load(const Keys& keys, hws::Version version = hws::Version::V1_1) { camera.LoadParams(File(keys), version); }
 
     /// The keys after saving into a file that holds `keys`.

@@ -11,19 +11,9 @@
 
 using ui::detail::Access_Internal;
 using ui::detail::range;
-using ui::detail::Serializable;
 using ui::var::TBase;
 
 using namespace std::string_literals;
-
-namespace {
-
-boost::shared_ptr<Serializable> Variable(long id)
-{
-    return ui::PanelManagerInstance().Variable(id);
-}
-
-}  // namespace
 
 TEST(Variable, LivesOnInItsWidgetWhenTheHandleHasGone)
 {
@@ -35,8 +25,8 @@ TEST(Variable, LivesOnInItsWidgetWhenTheHandleHasGone)
         slider = ui::wgt::Slider(variable.Id(), "X");
     }
     const long id = slider.Id();
-    ASSERT_NE(Variable(id), nullptr);
-    Variable(id)->Set("25"s, Access_Internal, 0);
+    ASSERT_NE(ui::PanelManagerInstance().Variable(id), nullptr);
+    ui::PanelManagerInstance().Variable(id)->Set("25"s, Access_Internal, 0);
     EXPECT_EQ(field, 25.0);
 
     boost::property_tree::ptree tree;
@@ -46,28 +36,14 @@ TEST(Variable, LivesOnInItsWidgetWhenTheHandleHasGone)
     EXPECT_EQ(tree.get<std::string>("limits.max"), "10");
 
     slider = ui::wgt::Widget();
-    EXPECT_EQ(Variable(id), nullptr);
-}
-
-TEST(Variable, CopiesShareTheAdapter)
-{
-    const TBase<ui::detail::choice<std::string>> original;
-    const TBase<ui::detail::choice<std::string>> copy = original;
-    copy->SetLabels({"A"});
-    EXPECT_EQ(original->Labels().size(), 1U);
-    EXPECT_EQ(original.Id(), copy.Id());
+    EXPECT_EQ(ui::PanelManagerInstance().Variable(id), nullptr);
 }
 
 TEST(Variable, ShowsACollectionByItsLabel)
 {
-    enum Level
-    {
-        Low,
-        High
-    } level = High;
-    const TBase<ui::detail::map<Level>> variable(&level);
-    variable->Insert("low", Low);
-    variable->Insert("high", High);
+    std::string level = "high";
+    const TBase<ui::detail::choice<std::string>> variable(&level);
+    variable->SetLabels({"low", "high"});
     boost::property_tree::ptree tree;
     ui::PanelManagerInstance().Describe(ui::wgt::Widget("combobox", variable.Id()), tree);
     EXPECT_EQ(tree.get<std::string>("value"), "high");
