@@ -9,17 +9,10 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class ModulesTest : public host_test::RigFixture
 {
 protected:
-    ModulesTest()
-    {
-        std::filesystem::create_directories(folder_ / "drivers");
-        std::filesystem::create_directories(folder_ / "plugins");
-    }
-
     template <typename Call>
     static std::string MessageOf(Call call)
     {
@@ -30,59 +23,28 @@ protected:
         }
         return "nothing was thrown";
     }
-
-    host::CModules good_{{"/nonexistent", TEST_MODULES}};
-    host::CModules bad_{{BAD_MODULES}};
 };
-
-TEST_F(ModulesTest, FindsADriverOnce)
-{
-    EXPECT_EQ(good_.Driver("test").Syntax(), "test:KIND COUNT");
-    EXPECT_EQ(&good_.Driver("test"), &good_.Driver("test"));
-    EXPECT_THAT(good_.Schemes(), ElementsAre("test"));
-    EXPECT_THROW(good_.Driver("tset"), host::no_such_module);
-}
-
-TEST_F(ModulesTest, FindsAnOperationInALibraryOfAnotherName)
-{
-    good_.NeedOperation("TestChoosy");
-    EXPECT_THAT(host::CModules::Operations(), Contains("TestThrow"));
-    EXPECT_THROW(good_.NeedOperation("TestUnknown"), host::no_such_module);
-}
 
 TEST_F(ModulesTest, NamesTheFileThatIsNoModule)
 {
-    EXPECT_THAT(MessageOf([&] { bad_.Driver("empty"); }),
+    host::CModules bad({BAD_MODULES});
+    EXPECT_THAT(MessageOf([&] { bad.Driver("empty"); }),
                 HasSubstr("bad_modules/drivers/empty.so is no capture driver: it has no orvo_capture_driver_1()"));
-    // A second time, too.
-    for (int time = 0; time < 2; ++time)
-        EXPECT_THAT(MessageOf([&] { bad_.NeedOperation("Empty"); }),
+    for (int time = 0; time < 2; ++time)  // a second time, too
+        EXPECT_THAT(MessageOf([&] { bad.NeedOperation("Empty"); }),
                     HasSubstr("bad_modules/plugins/Empty.so registers no new operation"));
 
-    Write("drivers/text.so", "no shared object");
-    Write("plugins/Text.so", "no shared object");
-    host::CModules text({folder_});
-    EXPECT_THAT(MessageOf([&] { text.Driver("text"); }), HasSubstr("drivers/text.so could not be loaded: "));
-    EXPECT_THAT(MessageOf([&] { text.NeedOperation("Text"); }), HasSubstr("plugins/Text.so could not be loaded: "));
-    EXPECT_THAT(MessageOf([&] { text.NeedOperation("Elsewhere"); }),
-                HasSubstr("plugins/Text.so could not be loaded: "));
-}
-
-TEST_F(ModulesTest, OneBadLibraryTakesNothingFromTheOthers)
-{
-    Write("plugins/A.so", "no shared object");
-    host::CModules both({folder_, TEST_MODULES});
-    EXPECT_THAT(both.LoadAllPlugins(), ElementsAre(HasSubstr("plugins/A.so could not be loaded: ")));
+    EXPECT_THROW(bad.Driver("tset"), host::no_such_module);
+    for (const char* const kind : {"drivers", "plugins"})
+        std::filesystem::create_directories(folder_ / kind);
+    const std::string driver = Write("drivers/test.so", "no shared object").string();
+    const std::string plugin = Write("plugins/A.so", "no shared object").string();
+    host::CModules both({folder_, TEST_MODULES});  // the first folder wins
+    EXPECT_THAT(MessageOf([&] { both.Driver("test"); }), HasSubstr(driver + " could not be loaded: "));
+    EXPECT_THAT(MessageOf([&] { both.NeedOperation("Elsewhere"); }), HasSubstr(plugin + " could not be loaded: "));
+    // One bad library takes nothing from the others.
+    EXPECT_THAT(both.LoadAllPlugins(), ElementsAre(HasSubstr(plugin + " could not be loaded: ")));
     EXPECT_THAT(host::CModules::Operations(), Contains("TestPass"));
-}
-
-TEST_F(ModulesTest, TheFirstFolderWins)
-{
-    Write("drivers/test.so", "no shared object");
-    EXPECT_THAT(MessageOf([&] {
-                    host::CModules({folder_, TEST_MODULES}).Driver("test");
-                }),
-                HasSubstr((folder_ / "drivers/test.so").string()));
 }
 
 }  // namespace

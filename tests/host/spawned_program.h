@@ -3,6 +3,7 @@
 #define TESTS_HOST_SPAWNED_PROGRAM_H
 
 #include <sys/types.h>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -27,20 +28,25 @@ public:
     /// Waits until standard error holds the text.
     void AwaitTalk(const std::string& text);
     void Signal(int signal);
+    /// Signals again and again until the program ends, since a signal close upon the first is taken for the same.
+    void SignalToTheEnd(int signal);
     /// Reads to the end and waits.
     TEnded Wait();
 
 private:
-    void ReadMore();
+    bool ReadTalk();  ///< false: at its end
 
     pid_t process_ = 0;
-    int out_ = -1;
+    std::FILE* out_;
     int talk_ = -1;
     TEnded ended_;
 };
 
 /// Start and wait.
-TEnded Orvo(const std::vector<std::string>& arguments, const std::string& module_path = TEST_MODULES);
+inline TEnded Orvo(const std::vector<std::string>& arguments, const std::string& module_path = TEST_MODULES)
+{
+    return CSpawnedProgram(arguments, module_path).Wait();
+}
 
 }  // namespace host_test
 

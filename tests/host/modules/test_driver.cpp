@@ -34,10 +34,8 @@ public:
     void Run(capture::CSink& sink) override
     {
         std::cout << "test source runs" << std::endl;
-        if (kind_ == "flood")
+        if (kind_ == "flood" || kind_ == "fill")
             Flood(sink);
-        else if (kind_ == "fill")
-            Fill(sink);
         else
             PushAll(sink);
         if (kind_ == "fail")
@@ -47,25 +45,17 @@ public:
     void Stop() override { gate::Open("stopped"); }
 
 private:
-    /// Frames that cannot wait, all of them while the first is being worked on ("TestGate").
+    /// Frames that cannot wait, all of them while the first is being worked on ("TestGate"). That work goes on after
+    /// the last, or, of "fill", once the source is told to stop.
     void Flood(capture::CSink& sink)
     {
         sink.Offer(Frame(format_, 0));
         gate::Await("working");
         for (std::uint64_t i = 1; i < count_; ++i)
             sink.Offer(Frame(format_, i));
-        gate::Open("released");
-    }
-
-    /// The same, but the work goes on only once the source is told to stop.
-    void Fill(capture::CSink& sink)
-    {
-        sink.Offer(Frame(format_, 0));
-        gate::Await("working");
-        for (std::uint64_t i = 1; i < count_; ++i)
-            sink.Offer(Frame(format_, i));
         std::cout << "test source is waiting" << std::endl;
-        gate::Await("stopped");
+        if (kind_ == "fill")
+            gate::Await("stopped");
         gate::Open("released");
     }
 

@@ -72,9 +72,15 @@ class CChoosy : public CPass
     }
 };
 
-/// Needs the camera that the option "camera" names.
+/// Needs the camera that the option "camera" names, at the latest for its first frame.
 class COther : public CPass
 {
+    void On_Source_Changed() override
+    {
+        CPass::On_Source_Changed();
+        if (camera_map_ != nullptr)
+            (*camera_map_)[Option("camera", "")];
+    }
     void Work() override
     {
         if (camera_map_ == nullptr)
