@@ -132,7 +132,7 @@ bool CanRun(const TCheck& check, const TRunOptions& options, CConsole& console)
         console.Say(Text(options.rig.string(), fault));
         const bool idle = !options.cameras.empty() && std::find(options.cameras.begin(), options.cameras.end(),
                                                                 fault.section) == options.cameras.end();
-        can_run = can_run && idle && fault.key == "SOURCE";
+        can_run = can_run && idle && fault.of_source;
     }
     return can_run;
 }

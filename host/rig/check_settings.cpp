@@ -354,10 +354,17 @@ void CSettingsCheck::CheckCamera()
         Add("FB", "nothing", "\"<pixel format> <width>x<height>\", for instance \"Mono8 1280x960\"");
     CheckLensCounts();
     CheckFocalVersion();
-    // Cameras give their names to folders of pictures.
-    if (device_.name.find('/') != std::string::npos || device_.name == "." || device_.name == "..")
-        faults_.push_back(
-            {device_.settings.Line(), device_.name, {}, "a camera of this name", "one that can name a folder", {}});
+    // Cameras give their names to folders of pictures, to lists on the command line and to lines of a terminal.
+    const bool has_control =
+        std::any_of(device_.name.begin(), device_.name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
+    if (device_.name.find_first_of("/,") != std::string::npos || device_.name == "." || device_.name == ".." ||
+        has_control)
+        faults_.push_back({device_.settings.Line(),
+                           device_.name,
+                           {},
+                           "a camera of this name",
+                           "one that can name a folder, without commas and control characters",
+                           {}});
 }
 
 }  // namespace

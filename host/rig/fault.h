@@ -16,6 +16,7 @@ struct TFault
     std::string found;       ///< what is there: a quoted value, or words such as "nothing"
     std::string wanted;      ///< what would do
     std::string suggestion;  ///< a name that is there and nearly reads like the one found; mostly empty
+    bool of_source = false;  ///< told by the camera's source: of no weight for a camera that does not run
 };
 
 /// A fault whose description comes in one piece, as "found …, wanted …" or, from other hands, as any sentence.

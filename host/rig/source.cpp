@@ -25,7 +25,7 @@ bool CheckSource(const TRig& rig, const TDevice& camera, CModules& modules, std:
     const auto add = [&](const std::string& key, const std::string& found, const std::string& wanted,
                          const std::string& suggestion) {
         const std::size_t line = camera.settings.Line(key);
-        faults.push_back({line > 0 ? line : camera.settings.Line(), camera.name, key, found, wanted, suggestion});
+        faults.push_back({line > 0 ? line : camera.settings.Line(), camera.name, key, found, wanted, suggestion, true});
     };
 
     const std::string wanted = "\"SCHEME:LOCATION\", for instance \"images:left*.png\"";

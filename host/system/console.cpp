@@ -32,6 +32,12 @@ std::size_t TerminalWidth()
     return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
+std::size_t TerminalHeight()
+{
+    winsize size{};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 1 ? size.ws_row : 24;
+}
+
 /// The first `columns` characters of UTF-8 text; one character counts as one column.
 std::string Cut(const std::string& text, std::size_t columns)
 {
@@ -120,6 +126,12 @@ void CConsole::ShowLive(std::vector<std::string> lines)
     const std::lock_guard<std::mutex> lock(mutex_);
     std::string text = Erasure();
     live_ = std::move(lines);
+    // What has scrolled off the top cannot be drawn over again.
+    const std::size_t room = TerminalHeight() - 1;
+    if (live_.size() > room) {
+        live_.resize(room);
+        live_.back() = "...";
+    }
     text += LiveText();
     WriteTalk(text);
 }

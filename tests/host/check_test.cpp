@@ -58,7 +58,10 @@ TYPE = SENSOR\n =>
 6: [body] TYPE: found nothing, wanted CAMERA, SENSOR or DEVICE
 
 [left] => [../left]
-11: [../left]: found a camera of this name, wanted one that can name a folder
+11: [../left]: found a camera of this name, wanted one that can name a folder, without commas and control characters
+
+[left] => [left,right]
+11: [left,right]: found a camera of this name, ...
 
 POSITION = 0.5, 0, 1 => POSITION = 0, nan, 1
 ORIENTATION = 0, 0, 0 => ORIENTATION = 0, 0, 0, 0
