@@ -164,6 +164,14 @@ TEST_F(CameraSettings, SavesIntoAnEmptySection)
     EXPECT_EQ(Save({}, Version::V1_0), with_view);
 }
 
+TEST_F(CameraSettings, TheXVariantIsSavedUnderTheBareName)
+{
+    kt::ini::INIFile ini = File({{"FB", "Mono8 64x48"}, {"CAMERA MODEL", "SPHERICAL:X"}});
+    camera.LoadParams(ini, Version::V1_1);
+    camera.SaveParams(ini, Version::V1_1);
+    EXPECT_EQ(ini.Value<std::string>("CAMERA MODEL"), "SPHERICAL");
+}
+
 TEST_F(CameraSettings, SavingKeepsWhatWasMeasured)
 {
     Load(full);

@@ -1,5 +1,6 @@
 #include "dev/frame.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "dev/camera.h"
@@ -47,7 +48,8 @@ TEST(CameraModels, RefuseTheUnknown)
     for (const char* text : {"", "pinhole", "PINHOLE ", "BROWN_CONRADY"})
         EXPECT_THROW(dev::StrToEnum(dev::mapCameraModel_INIStr, text), std::runtime_error) << text;
     for (int value : {1, 2, 3})  // no file can select these
-        EXPECT_THROW(dev::EnumToStr(dev::mapLensModel_INIStr, static_cast<LensModel>(value)), std::runtime_error);
+        EXPECT_THAT([&] { dev::EnumToStr(dev::mapLensModel_INIStr, static_cast<LensModel>(value)); },
+                    testing::ThrowsMessage<std::runtime_error>("EnumToStr: Internal Error"));
 }
 
 /// A point keeps its ray: where camera and image coordinates of one pixel meet the same normalised coordinate.
