@@ -58,7 +58,8 @@ public:
 
     /// Delivers frames until the source ends or Stop() is called; runs on a thread of the host's. Frames carry the
     /// image in the format of the request (it may outlive the source: a camera's tree keeps the last one), a time
-    /// stamp, and a sequence number that counts from 0 in counter1; `text` says where the frame came from. Throws
+    /// stamp, and a sequence number in counter1, which counts from 0 and always rises; a replayed frame keeps the
+    /// number, and the stamp, that it was recorded with. `text` says where the frame came from. Throws
     /// std::runtime_error when the source fails; what was delivered stays delivered.
     virtual void Run(CSink& sink) = 0;
 

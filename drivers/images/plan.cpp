@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "base/number_text.h"
+#include "capture/passes.h"
 #include "images/natural_order.h"
 
 namespace images {
@@ -62,15 +63,6 @@ std::vector<std::string> Match(const std::string& pattern)
     return files;
 }
 
-/// True, and the value, for a number of passes from 1.
-bool IsPasses(const std::string& text, std::uint64_t* passes)
-{
-    if (text.empty() || text.size() > 18 || !std::all_of(text.begin(), text.end(), IsDigit))
-        return false;
-    *passes = base::ParseNumber<unsigned long long>(text);
-    return *passes > 0;
-}
-
 bool IsRate(const std::string& text, double* fps)
 {
     try {
@@ -102,12 +94,8 @@ std::string Quoted(const std::string& text)
 void ReadKeys(const kt::ini::INIFile& settings, TPlan* plan, std::vector<capture::TFault>* faults)
 {
     std::string text;
-    if (settings.efind(loop_key, text)) {
-        if (text == "TRUE")
-            plan->passes = 0;
-        else if (text != "FALSE" && !IsPasses(text, &plan->passes))
-            faults->push_back({loop_key, Quoted(text), "TRUE, FALSE or a number of passes from 1"});
-    }
+    if (settings.efind(loop_key, text) && !capture::ParsePasses(text, &plan->passes))
+        faults->push_back({loop_key, Quoted(text), capture::passes_wanted});
     if (settings.efind(fps_key, text) && !IsRate(text, &plan->fps))
         faults->push_back({fps_key, Quoted(text), "frames per second, from 0.001 to 10000"});
     if (settings.efind(stamps_key, text) && !IsStamps(text, &plan->stamps))

@@ -9,6 +9,7 @@
 #include <boost/noncopyable.hpp>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -88,9 +89,10 @@ public:
         frames.push_back(frame);
         return on_frame(frame);
     }
-    void Lost(const std::string&, std::uint64_t) override {}
+    void Lost(const std::string& reason, std::uint64_t count) override { lost[reason] += count; }
 
     std::vector<dev::TFrame<>> frames;
+    std::map<std::string, std::uint64_t> lost;
     std::size_t offered = 0;  ///< how many of them came without waiting for the host
 };
 

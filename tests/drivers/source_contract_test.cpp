@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "drivers/driver_fixture.h"
+#include "recording/recording_fixture.h"
 
 namespace drivers_test {
 namespace {
@@ -38,7 +39,21 @@ std::string MakePictures(const CFolder& folder, unsigned int frames)
     return folder.Path("picture*.pgm");
 }
 
-const TDriverCase all_drivers[] = {{"images", "Mono8 6x4", MakePictures, {{"LOOP", "TRUE"}}, "/nowhere/at/all/*.pgm"}};
+/// A millisecond from frame to frame.
+std::string MakeRecording(const CFolder& folder, unsigned int frames)
+{
+    recording_test::Frames written;
+    for (unsigned int i = 0; i < frames; ++i) {
+        const auto image = cimage::Build("Mono8 6x4");
+        std::memset(image->Data(), static_cast<int>(i), 24);
+        written.push_back({1, recording_test::MakeFrame(image, i, 1000L * i), rec::Compression::Zstd, {}});
+    }
+    return recording_test::WriteKta(folder.Path("frames.kta"), written) + "#right";
+}
+
+const TDriverCase all_drivers[] = {
+    {"images", "Mono8 6x4", MakePictures, {{"LOOP", "TRUE"}}, "/nowhere/at/all/*.pgm"},
+    {"replay", "Mono8 6x4", MakeRecording, {{"LOOP", "TRUE"}}, "/nowhere/at/all.kta#left"}};
 
 class SourceContract : public testing::TestWithParam<TDriverCase>
 {
