@@ -1,14 +1,19 @@
 // The program orvo: reads the command line, runs one command, makes the exit code. Results go to standard output, talk
 // to standard error.
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <csignal>
 #include <functional>
 
 #include "base/number_text.h"
 #include "commands/check.h"
+#include "commands/export.h"
+#include "commands/info.h"
 #include "commands/plugins.h"
+#include "commands/replay.h"
 #include "commands/run.h"
 #include "commands/show.h"
+#include "commands/verify.h"
 #include "system/console.h"
 #include "system/exit_codes.h"
 
@@ -19,6 +24,21 @@ using Command = std::function<host::ExitCode(host::CConsole&)>;
 CLI::Option* AddRig(CLI::App& command, std::filesystem::path& rig)
 {
     return command.add_option("RIG", rig, "Rig file")->required()->check(CLI::ExistingFile);
+}
+
+CLI::Option* AddRecording(CLI::App& command, std::filesystem::path& path)
+{
+    return command.add_option("RECORDING", path, "Folder of a recording, or a file of it")
+        ->required()
+        ->check(CLI::ExistingPath);
+}
+
+CLI::Option* AddCameras(CLI::App& command, std::vector<std::string>& cameras, const std::string& description)
+{
+    return command.add_option("--cameras", cameras, description)
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("A,B");
 }
 
 void AddCheck(CLI::App& app, Command& chosen)
@@ -76,26 +96,142 @@ std::string FramesFault(const std::string& text)
     return "found \"" + text + "\", wanted a whole number from 1";
 }
 
+/// Replaces "500M" by the number of bytes; what is wrong with it, or nothing.
+std::string BytesOfSize(std::string& text)
+{
+    static const std::string units = "KMGT";
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, number);
+    const std::string unit(parsed.ptr, end);
+    const std::size_t power = unit.empty() ? 0 : units.find(unit) + 1;
+    const bool known = unit.empty() || (unit.size() == 1 && power > 0);
+    if (parsed.ec != std::errc() || !known || number > UINT64_MAX >> 10 * power)
+        return "found \"" + text + "\", wanted a number of bytes, or of powers of 1024 with K, M, G or T behind it";
+    text = std::to_string(number << 10 * power);
+    return {};
+}
+
+void AddRecord(CLI::App& command, host::TRecordOptions& options)
+{
+    options.producer = "orvo " ORVO_VERSION;
+    auto* const record =
+        command.add_option("--record", options.folder, "Record into the folder DIR, which is made")->type_name("DIR");
+    command.add_option("--format", options.format, "Archive of the frames: kta (default) or tar")
+        ->check(CLI::IsMember({"kta", "tar"}))
+        ->needs(record);
+    command.add_option("--compress", options.compression, "Pack all cameras' frames: none, png or zstd (kta alone)")
+        ->check(CLI::IsMember({"none", "png", "zstd"}))
+        ->needs(record);
+    command
+        .add_option("--min-free", options.min_free, "Leave SIZE free on the disk, as 500M; default 256M, 0 for none")
+        ->type_name("SIZE")
+        ->transform(CLI::Validator(BytesOfSize, {}))
+        ->needs(record);
+}
+
+/// What `run` and `replay` have in common.
+void AddRunOptions(CLI::App& command, host::TRunOptions& options)
+{
+    AddCameras(command, options.cameras, "Run these alone: names, separated by commas");
+    command.add_option("--frames", options.frames, "End each camera after N frames from its source")
+        ->type_name("N")
+        ->check(CLI::Validator(FramesFault, {}));
+    command.add_option("--seconds", options.seconds, "End after S seconds")
+        ->type_name("S")
+        ->check(CLI::Validator(SecondsFault, {}));
+    command.add_option("--output", options.output, "Write the output nodes' pictures to DIR/CAMERA/SEQUENCE.png")
+        ->type_name("DIR");
+    AddRecord(command, options.record);
+    command.add_flag("--profile", options.profile, "Tell how long each camera and node took");
+    command.add_option("--trace", options.trace, "Write what ran when to FILE, as JSON for a trace viewer")
+        ->type_name("FILE");
+    command.add_flag("--json", options.json, "Write the report as JSON");
+}
+
 void AddRun(CLI::App& app, Command& chosen)
 {
     auto* const command = app.add_subcommand("run", "Run the cameras of a rig; Ctrl-C ends it, twice at once");
     const auto options = std::make_shared<host::TRunOptions>();
     AddRig(*command, options->rig);
-    command->add_option("--cameras", options->cameras, "Run these alone: names, separated by commas")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("A,B");
-    command->add_option("--frames", options->frames, "End each camera after N frames from its source")
-        ->type_name("N")
-        ->check(CLI::Validator(FramesFault, {}));
-    command->add_option("--seconds", options->seconds, "End after S seconds")
-        ->type_name("S")
-        ->check(CLI::Validator(SecondsFault, {}));
-    command->add_option("--output", options->output, "Write the output nodes' pictures to DIR/CAMERA/SEQUENCE.png")
-        ->type_name("DIR");
-    command->add_flag("--json", options->json, "Write the report as JSON");
+    AddRunOptions(*command, *options);
     command->callback(
         [&chosen, options] { chosen = [options](auto& console) { return host::Run(*options, console); }; });
+}
+
+void AddInfo(CLI::App& app, Command& chosen)
+{
+    auto* const command = app.add_subcommand("info", "Tell what a recording holds");
+    const auto options = std::make_shared<host::TInfoOptions>();
+    AddRecording(*command, options->path);
+    command->add_flag("--json", options->json, "Write it as JSON");
+    command->callback(
+        [&chosen, options] { chosen = [options](auto& console) { return host::Info(*options, console); }; });
+}
+
+void AddVerify(CLI::App& app, Command& chosen)
+{
+    auto* const command =
+        app.add_subcommand("verify", "Check a recording: 0 whole, 3 damaged but readable, 1 unreadable");
+    const auto options = std::make_shared<host::TVerifyOptions>();
+    AddRecording(*command, options->path);
+    command->add_flag("--json", options->json, "Write what was found as JSON");
+    command->callback(
+        [&chosen, options] { chosen = [options](auto& console) { return host::Verify(*options, console); }; });
+}
+
+/// What is wrong with a rate of replay, or nothing.
+std::string RateFault(const std::string& text)
+{
+    try {
+        const double rate = base::ParseNumber<double>(text);
+        if (rate >= 0.001 && rate <= 1000.0)
+            return {};
+    } catch (const boost::bad_lexical_cast&) {
+        // told below
+    }
+    return "found \"" + text + "\", wanted times the recorded speed, from 0.001 to 1000";
+}
+
+void AddReplay(CLI::App& app, Command& chosen)
+{
+    auto* const command = app.add_subcommand("replay", "Run a recording through the trees of its rig, or of another");
+    const auto options = std::make_shared<host::TReplayOptions>();
+    host::TRunOptions& run = options->run;
+    AddRecording(*command, options->path);
+    command->add_option("RIG", run.rig, "Rig file; the recording's own when left out")->check(CLI::ExistingFile);
+    auto* const rate = command->add_option("--rate", options->rate, "Times the recorded speed; 1 when left out")
+                           ->type_name("R")
+                           ->check(CLI::Validator(RateFault, {}));
+    command
+        ->add_flag_callback(
+            "--max", [options] { options->rate = "MAX"; }, "As fast as the trees run, whatever the recorded times")
+        ->excludes(rate);
+    command->add_flag("--digest", run.digests, "Write a digest of each output picture; the report becomes talk");
+    AddRunOptions(*command, run);
+    command->callback(
+        [&chosen, options] { chosen = [options](auto& console) { return host::Replay(*options, console); }; });
+}
+
+void AddExport(CLI::App& app, Command& chosen)
+{
+    auto* const command = app.add_subcommand("export", "Write the frames of a recording in another form");
+    const auto options = std::make_shared<host::TExportOptions>();
+    AddRecording(*command, options->path);
+    command->add_option("--to", options->to, "A folder of pictures, a TAR archive of pictures, or a KTA archive")
+        ->required()
+        ->check(CLI::IsMember({"images", "tar", "kta"}));
+    command
+        ->add_option("--output", options->output,
+                     "Folder to make; of a name in .tar or .kta, the archive alone. Nothing is overwritten")
+        ->required()
+        ->type_name("OUT");
+    AddCameras(*command, options->cameras, "Export these alone: names, separated by commas");
+    command->add_option("--compress", options->compress, "As recorded, where the form can hold it, when left out")
+        ->check(CLI::IsMember({"none", "png", "zstd"}));
+    command->add_flag("--json", options->json, "Write what was done as JSON");
+    command->callback(
+        [&chosen, options] { chosen = [options](auto& console) { return host::Export(*options, console); }; });
 }
 
 int Main(int argc, char** argv)
@@ -109,6 +245,10 @@ int Main(int argc, char** argv)
     AddRun(app, chosen);
     AddCheck(app, chosen);
     AddShow(app, chosen);
+    AddInfo(app, chosen);
+    AddVerify(app, chosen);
+    AddReplay(app, chosen);
+    AddExport(app, chosen);
     AddPlugins(app, chosen);
     try {
         app.parse(argc, argv);
@@ -116,8 +256,9 @@ int Main(int argc, char** argv)
         return app.exit(error) == 0 ? host::Done : host::BadArguments;  // help and version come this way, too
     }
 
-    // A reader that goes away is an error of one write, not the end of a running rig.
+    // A reader that goes away, or a file that may not grow, is an error of one write, not the end of a running rig.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     host::CConsole console;
     try {
         return chosen(console);

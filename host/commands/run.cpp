@@ -5,15 +5,18 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <system_error>
 
+#include "commands/camera_names.h"
 #include "dev/camera.h"
 #include "dev/camera_map.h"
 #include "rig/check.h"
 #include "rig/load.h"
-#include "rig/nearest.h"
 #include "rig/source.h"
+#include "run/profile.h"
 #include "run/rig_run.h"
+#include "run/trace_file.h"
 #include "system/console.h"
 #include "system/modules.h"
 
@@ -55,30 +58,6 @@ private:
     std::vector<std::unique_ptr<dev::CCamera>> cameras_;
 };
 
-std::vector<std::string> CameraNames(const TRig& rig)
-{
-    std::vector<std::string> names;
-    for (const TDevice& device : rig.devices)
-        if (device.type == DeviceType::Camera)
-            names.push_back(device.name);
-    return names;
-}
-
-/// Tells of names that are no camera's; true when there is none.
-bool AllAreCameras(const std::vector<std::string>& chosen, const std::vector<std::string>& names, CConsole& console)
-{
-    bool all = true;
-    for (const std::string& name : chosen) {
-        if (std::find(names.begin(), names.end(), name) != names.end())
-            continue;
-        const std::string nearest = Nearest(name, names);
-        console.Say(fmt::format("--cameras: found {}, wanted one of {}{}", Quoted(name), fmt::join(names, ", "),
-                                nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
-        all = false;
-    }
-    return all;
-}
-
 /// Opens what can be opened and tells of the rest; fewer than chosen when some failed.
 std::vector<TReadyCamera> OpenSources(const TRig& rig, const std::vector<std::string>& chosen, CLoadedCameras& loaded,
                                       CModules& modules, CConsole& console)
@@ -86,24 +65,13 @@ std::vector<TReadyCamera> OpenSources(const TRig& rig, const std::vector<std::st
     std::vector<TReadyCamera> ready;
     for (const std::string& name : chosen) {
         try {
-            ready.push_back({name, &loaded[name], OpenSource(rig, *rig.Find(name), modules)});
+            const TDevice& camera = *rig.Find(name);
+            ready.push_back({name, &loaded[name], OpenSource(rig, camera, modules), RecordNode(camera)});
         } catch (const std::exception& error) {
             console.Say(error.what());
         }
     }
     return ready;
-}
-
-/// In the order of the rig, each once.
-std::vector<std::string> Chosen(const TRunOptions& options, const std::vector<std::string>& names)
-{
-    if (options.cameras.empty())
-        return names;
-    std::vector<std::string> chosen;
-    std::copy_if(names.begin(), names.end(), std::back_inserter(chosen), [&](const std::string& name) {
-        return std::find(options.cameras.begin(), options.cameras.end(), name) != options.cameras.end();
-    });
-    return chosen;
 }
 
 /// A folder per camera; false, having told why, when one cannot be written to.
@@ -124,7 +92,8 @@ bool MakeFolders(const std::filesystem::path& output, const std::vector<std::str
     return true;
 }
 
-/// Tells of the faults; true when none of them is in the way. A camera that will not run need not have its source.
+/// Tells of the faults; true when none of them is in the way. A camera that will not run need not have its source, and
+/// where other sources stand in for the rig's, the folder of its data may be gone.
 bool CanRun(const TCheck& check, const TRunOptions& options, CConsole& console)
 {
     bool can_run = true;
@@ -132,9 +101,20 @@ bool CanRun(const TCheck& check, const TRunOptions& options, CConsole& console)
         console.Say(Text(options.rig.string(), fault));
         const bool idle = !options.cameras.empty() && std::find(options.cameras.begin(), options.cameras.end(),
                                                                 fault.section) == options.cameras.end();
-        can_run = can_run && idle && fault.of_source;
+        const bool of_data = !options.overrides.empty() && fault.section == "RIG" && fault.key == "DATA DIR";
+        can_run = can_run && ((idle && fault.of_source) || of_data);
     }
     return can_run;
+}
+
+/// The report of a profile is a result, unless it would spoil one that programs read: then it is talk.
+void WriteProfile(CProfile& profile, bool as_talk)
+{
+    if (as_talk)
+        return profile.PrintReport();
+    CConsole::CCapture capture;
+    profile.PrintReport();
+    WriteResult(fmt::format("\n{}\n", fmt::join(capture.Lines(), "\n")));
 }
 
 }  // namespace
@@ -143,30 +123,56 @@ ExitCode Run(const TRunOptions& options, CConsole& console)
 {
     CModules modules;
     TRig rig;
-    if (!CanRun(CheckRig(options.rig, &modules, &rig), options, console))
+    const bool record = !options.record.folder.empty();
+    const std::string rig_text = record ? FileBytes(options.rig) : std::string();
+    if (!CanRun(CheckRig(options.rig, &modules, &rig, options.overrides), options, console))
         return Failed;
 
     const auto names = CameraNames(rig);
     if (!AllAreCameras(options.cameras, names, console))
         return BadArguments;
-    const auto chosen = Chosen(options, names);
+    const auto chosen = Chosen(options.cameras, names);
     if (chosen.empty()) {
         console.Say(fmt::format("{}: found no camera, wanted one to run", options.rig.string()));
         return Failed;
     }
 
+    const std::string record_fault = record ? RecordFault(options.record, rig, chosen) : std::string();
+    if (!record_fault.empty()) {
+        console.Say(record_fault);
+        return BadArguments;
+    }
     if (!options.output.empty() && !MakeFolders(options.output, chosen, console))
         return Failed;
     CLoadedCameras loaded(rig, modules);
     auto ready = OpenSources(rig, chosen, loaded, modules, console);
     if (ready.size() < chosen.size())
         return Failed;
-    const TRunLimits limits{options.frames, options.seconds, options.output};
+    // After the sources, so that one that does not open leaves no recording and no empty trace.
+    std::optional<CTraceFile> trace;
+    if (!options.trace.empty())
+        trace.emplace(options.trace, console);
+    std::unique_ptr<CRecorder> recorder;
+    if (record)
+        recorder = MakeRecorder(options.record, rig, rig_text, chosen, console);
+    CProfile profile(trace ? &*trace : nullptr);
+    const TRunLimits limits{
+        options.frames, options.seconds, options.output, options.digests, options.profile || trace ? &profile : nullptr,
+        recorder.get()};
     const TRunReport report = RunCameras(options.rig.string(), std::move(ready), limits, console);
-    WriteResult(options.json ? ReportJson(report) : ReportText(report));
+    if (options.digests && !options.json) {
+        console.Say(ReportText(report));
+        WriteResult(DigestLines(report));
+    } else {
+        WriteResult(options.json ? ReportJson(report) : ReportText(report));
+    }
+    if (options.profile)
+        WriteProfile(profile, options.json || options.digests);
     for (const std::string& imbalance : Imbalances(report))
         console.Say("the sums do not close: " + imbalance);
-    return CodeOf(report);
+    const bool trace_whole = !trace || trace->Close();
+    const ExitCode code = CodeOf(report);
+    return code == Done && !trace_whole ? DataLost : code;
 }
 
 }  // namespace host

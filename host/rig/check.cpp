@@ -105,10 +105,26 @@ bool MakeLoadable(const TDevice& camera, const std::vector<TFault>& faults)
     return true;
 }
 
+/// The driver whose source another one replaces still has its keys in the file. False when they are not known.
+bool AddReplacedKeys(const TDevice& camera, CModules& modules, std::vector<std::string>& keys)
+{
+    const auto source = SplitSource(camera.replaced_source);
+    if (!source)
+        return camera.replaced_source.empty();
+    try {
+        const auto more = modules.Driver(source->scheme).Keys();
+        keys.insert(keys.end(), more.begin(), more.end());
+        return true;
+    } catch (const std::exception&) {
+        return false;  // a recording may be replayed where there is no such driver
+    }
+}
+
 void CheckCamera(const TRig& rig, const TDevice& camera, CModules* modules, TCheck& check)
 {
     std::vector<std::string> driver_keys;
-    const bool driver_known = modules != nullptr && CheckSource(rig, camera, *modules, driver_keys, check.faults);
+    const bool driver_known = modules != nullptr && CheckSource(rig, camera, *modules, driver_keys, check.faults) &&
+                              AddReplacedKeys(camera, *modules, driver_keys);
     CheckSettings(rig, camera, driver_known ? &driver_keys : nullptr, check.faults);
 
     const bool try_lines = modules != nullptr && MakeLoadable(camera, check.faults);
@@ -120,11 +136,13 @@ void CheckCamera(const TRig& rig, const TDevice& camera, CModules* modules, TChe
 
 }  // namespace
 
-TCheck CheckRig(const std::filesystem::path& file, CModules* modules, TRig* rig)
+TCheck CheckRig(const std::filesystem::path& file, CModules* modules, TRig* rig,
+                const std::vector<TOverride>& overrides)
 {
     const CConsole::CCapture quiet;
     TCheck check;
     *rig = ReadRig(file, check.faults);
+    Override(overrides, *rig);
     for (const TDevice& device : rig->devices) {
         if (device.type == DeviceType::Camera)
             CheckCamera(*rig, device, modules, check);

@@ -26,8 +26,9 @@ struct TCheck
 /// Throws std::runtime_error when the file cannot be read.
 TCheck CheckRig(const std::filesystem::path& file, CModules* modules);
 
-/// The same, keeping what was read for whoever goes on with it.
-TCheck CheckRig(const std::filesystem::path& file, CModules* modules, TRig* rig);
+/// The same, with some values replaced, keeping what was read for whoever goes on with it.
+TCheck CheckRig(const std::filesystem::path& file, CModules* modules, TRig* rig,
+                const std::vector<TOverride>& overrides = {});
 
 }  // namespace host
 

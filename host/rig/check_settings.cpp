@@ -32,6 +32,7 @@ enum class Value
     Angles,        ///< two angles from 0 to less than a right one
     Format,        ///< an image descriptor
     Region,        ///< a region of interest
+    Compression,   ///< of recorded frames
     CameraModelName,
     LensModelName
 };
@@ -69,6 +70,7 @@ const TRule rules[] = {
     {"SOURCE", DeviceType::Camera, Value::Any},
     {"OUTPUT", DeviceType::Camera, Value::Any},
     {"RECORD", DeviceType::Camera, Value::Any},
+    {"RECORD COMPRESSION", DeviceType::Camera, Value::Compression},
 };
 
 const TRule* FindRule(const std::string& key)
@@ -218,6 +220,10 @@ void CSettingsCheck::CheckValue(const std::string& key, const std::string& text,
             break;
         case Value::Region:
             CheckRegion(text);
+            break;
+        case Value::Compression:
+            if (text != "none" && text != "png" && text != "zstd")
+                Add(key, Quoted(text), "none, png or zstd", Nearest(text, {"none", "png", "zstd"}));
             break;
         case Value::CameraModelName:
             CheckModel(key, text, dev::mapCameraModel_INIStr);

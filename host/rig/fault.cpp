@@ -9,22 +9,6 @@ namespace {
 
 constexpr std::size_t longest_value = 120;  // characters of a value that a message repeats
 
-/// Keeps a message on one line whatever the file or a plugin's error text holds.
-std::string OneLine(const std::string& text)
-{
-    std::string line;
-    line.reserve(text.size());
-    for (const char c : text) {
-        if (c == '\n')
-            line += "; ";
-        else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
-            line += fmt::format("\\x{:02x}", static_cast<unsigned int>(c));
-        else
-            line += c;
-    }
-    return line;
-}
-
 }  // namespace
 
 TFault FaultFromText(std::size_t line, const std::string& section, const std::string& key, const std::string& text)
@@ -47,6 +31,21 @@ std::string Quoted(const std::string& value)
     while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0) == 0x80)
         --end;
     return fmt::format("\"{}...\" ({} bytes)", value.substr(0, end), value.size());
+}
+
+std::string OneLine(const std::string& text)
+{
+    std::string line;
+    line.reserve(text.size());
+    for (const char c : text) {
+        if (c == '\n')
+            line += "; ";
+        else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
+            line += fmt::format("\\x{:02x}", static_cast<unsigned int>(c));
+        else
+            line += c;
+    }
+    return line;
 }
 
 std::string Text(const std::string& file, const TFault& fault)

@@ -25,6 +25,10 @@ TFault FaultFromText(std::size_t line, const std::string& section, const std::st
 /// The value as faults show it: in quotes, control characters made visible, and no longer than a line can bear.
 std::string Quoted(const std::string& value);
 
+/// The text with line ends as "; " and other control characters made visible, so that no file and no plugin's error
+/// can break a message in two or steer the terminal.
+std::string OneLine(const std::string& text);
+
 /// "file:line: [section] key: found …, wanted …; did you mean …?", always one line.
 std::string Text(const std::string& file, const TFault& fault);
 

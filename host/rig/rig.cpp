@@ -66,7 +66,7 @@ void ReadDevice(const kt::ini::INIFile& section, TRig& rig, std::vector<TFault>&
     const bool there = section.efind("TYPE", text);
     const auto type = std::find(type_names.begin(), type_names.end(), text);
     if (type != type_names.end()) {
-        rig.devices.push_back({name, static_cast<DeviceType>(type - type_names.begin()), section});
+        rig.devices.push_back({name, static_cast<DeviceType>(type - type_names.begin()), section, {}});
         return;
     }
     rig.unread.push_back(name);
@@ -115,6 +115,27 @@ TRig ReadRig(const std::filesystem::path& file, std::vector<TFault>& faults)
                           "a section per device, for instance [left] with TYPE = CAMERA",
                           {}});
     return rig;
+}
+
+void Override(const std::vector<TOverride>& overrides, TRig& rig)
+{
+    for (const TOverride& each : overrides)
+        for (TDevice& device : rig.devices) {
+            if (device.name != each.device)
+                continue;
+            if (each.key == "SOURCE")
+                device.replaced_source = ValueOr(device.settings, each.key, {});
+            device.settings.set(each.key, each.value);
+        }
+}
+
+std::vector<std::string> CameraNames(const TRig& rig)
+{
+    std::vector<std::string> names;
+    for (const TDevice& device : rig.devices)
+        if (device.type == DeviceType::Camera)
+            names.push_back(device.name);
+    return names;
 }
 
 std::filesystem::path Absolute(const TRig& rig, const std::string& path)

@@ -11,6 +11,7 @@
 //   PREPROCESS 1 = Blur soft Source radius=2     node lines, in the order of their numbers, from 1 without a gap
 //   OUTPUT = soft              node whose images are the camera's result; default "Source", the root
 //   RECORD = Source            node whose images are recorded; the same default
+//   RECORD COMPRESSION = png   how recorded images are packed: none (the default), png or zstd
 //
 // and beside these the keys that the device library and the capture driver read. Paths may hold $DATA_DIR, $INAME (the
 // folder of the rig file) and variables of the environment; relative ones begin at the folder of the rig file.
@@ -46,6 +47,16 @@ struct TDevice
     std::string name;
     DeviceType type;
     kt::ini::INIFile settings;  ///< its section; defaults that loading records stay in memory
+    /// The SOURCE of the file while another one stands in for it; else empty. The keys of its driver are still there.
+    std::string replaced_source = {};
+};
+
+/// A value that stands in for that of the file, or for none. In memory alone.
+struct TOverride
+{
+    std::string device;
+    std::string key;
+    std::string value;
 };
 
 /// One "PREPROCESS N" of a camera.
@@ -80,6 +91,13 @@ struct TRig
 /// `faults`. What the devices' own keys hold is not looked at: that is CheckRig's. The file is never written.
 /// Throws std::runtime_error when it cannot be read at all.
 TRig ReadRig(const std::filesystem::path& file, std::vector<TFault>& faults);
+
+/// Puts the values in. Throws std::invalid_argument for one that no rig file can hold; devices that the rig does not
+/// have are passed over.
+void Override(const std::vector<TOverride>& overrides, TRig& rig);
+
+/// In the order of the file.
+std::vector<std::string> CameraNames(const TRig& rig);
 
 /// A path of the rig file, variables expanded, absolute.
 std::filesystem::path Absolute(const TRig& rig, const std::string& path);

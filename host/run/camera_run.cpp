@@ -4,7 +4,10 @@
 #include <boost/asio/post.hpp>
 
 #include "orvo_proc_cimage/image.h"
+#include "record/recorder.h"
+#include "run/digest.h"
 #include "run/png_file.h"
+#include "run/profile.h"
 #include "system/console.h"
 
 namespace host {
@@ -36,10 +39,15 @@ CCameraRun::CCameraRun(std::string name, dev::CCamera& camera, std::unique_ptr<c
           [this] { asio::post(strand_, [this] { source_->Stop(); }); }),
       root_(*camera.Preprocess_Find(dev::camera::CPreprocessorNode::Root)),
       out_node_(*camera.Preprocess_OutNode()),
+      record_node_(*camera.Preprocess_Find(options_.record_node)),
       region_(camera),
-      nodes_(root_)
+      nodes_(root_),
+      profile_(options_.profile != nullptr ? &options_.profile->AddCamera(name_, root_, nodes_) : nullptr)
 {
-    root_.Observe(&nodes_);
+    if (profile_ != nullptr)
+        root_.Observe(profile_);
+    else
+        root_.Observe(&nodes_);
 }
 
 CCameraRun::~CCameraRun()
@@ -85,13 +93,20 @@ void CCameraRun::Deliver()
     }
     // The end first: talk may wait for whoever reads it. What failed does not change any more.
     queue_.End();
-    if (!failure_.empty())
-        console_.Say(fmt::format("{}: the source failed: {}", name_, failure_));
+    if (failure_.empty())
+        return;
+    console_.Say(fmt::format("{}: the source failed: {}", name_, failure_));
+    if (options_.recorder != nullptr)
+        options_.recorder->NoteError(name_, "the source failed: " + failure_);
 }
 
 /// On the strand, one frame per turn.
 void CCameraRun::Work()
 {
+    // A source that can wait loses nothing to a slow disk: the next frame is taken when the recorder has room.
+    if (options_.recorder != nullptr && queue_.SourceWaits() &&
+        !options_.recorder->AwaitRoom(options_.track, [this] { asio::post(strand_, [this] { Work(); }); }))
+        return;
     switch (queue_.Take(frame_)) {
         case CFrameQueue::Taken::Frame:
             Process();
@@ -116,6 +131,15 @@ void CCameraRun::Process()
             "wrong format", "source",
             fmt::format("found {}, wanted {} or its region", DescriptorOf(frame_.image), camera_.ImageFormat()));
     frame_.image = picture;
+    const std::uint64_t record_executed = nodes_.Of(record_node_).executed;
+    TryRun();
+    // Also when a node behind it threw. A decimated node still holds the picture of an earlier frame.
+    if (options_.recorder != nullptr && nodes_.Of(record_node_).executed != record_executed)
+        Record();
+}
+
+void CCameraRun::TryRun()
+{
     nodes_.ClearFailed();
     std::string message;
     try {
@@ -134,6 +158,8 @@ void CCameraRun::Run()
 {
     const std::uint64_t decimated = nodes_.Of(root_).decimated;
     const std::uint64_t out_executed = nodes_.Of(out_node_).executed;
+    if (profile_ != nullptr)
+        profile_->Start();
     const auto begin = Clock::now();
     camera_.Notify_Frame_Received_Async(frame_);
     camera_.Preprocess(frame_);
@@ -145,18 +171,38 @@ void CCameraRun::Run()
     }
     ++executed_;
     time_.Record(ns);
+    if (profile_ != nullptr)
+        profile_->Stop();
     // A decimated output node still holds the picture of an earlier frame.
-    if (!options_.pictures.empty() && nodes_.Of(out_node_).executed != out_executed)
-        WritePicture();
+    if (nodes_.Of(out_node_).executed != out_executed)
+        HandOut();
 }
 
-void CCameraRun::WritePicture()
+void CCameraRun::Record()
+{
+    dev::TFrame<> frame = camera_.RecOutFrame();
+    if (!frame.image)
+        return;
+    frame.time_stamp = frame_.time_stamp;
+    frame.counter1 = frame_.counter1;
+    options_.recorder->Offer(options_.track, frame);
+}
+
+void CCameraRun::HandOut()
 {
     const auto image = out_node_.Image("");
     if (!image)
         return;
+    if (options_.digests)
+        digests_.push_back({frame_.counter1, Digest(*image)});
+    if (!options_.pictures.empty())
+        WritePicture(*image);
+}
+
+void CCameraRun::WritePicture(const cimage::CImage& image)
+{
     try {
-        WritePng(options_.pictures / fmt::format("{:06}.png", frame_.counter1), *image);
+        WritePng(options_.pictures / fmt::format("{:06}.png", frame_.counter1), image);
         ++pictures_;
     } catch (const std::exception& error) {
         ++pictures_failed_;
@@ -166,7 +212,10 @@ void CCameraRun::WritePicture()
 
 void CCameraRun::Drop(const std::string& reason, const std::string& where, const std::string& message)
 {
-    ++dropped_[reason];
+    {
+        const std::lock_guard<std::mutex> lock(dropped_mutex_);
+        ++dropped_[reason];
+    }
     ++failed_;
     NoteError(where, message);
 }
@@ -183,8 +232,12 @@ void CCameraRun::NoteError(const std::string& where, const std::string& message)
                                   : std::pair<std::string, std::string>("frame", "other errors"),
                              0})
                     .first;
-        if (keep || entry->second == 0)
-            console_.Say(fmt::format("{}: {}: {}", name_, entry->first.first, entry->first.second));
+        if (keep || entry->second == 0) {
+            const std::string text = fmt::format("{}: {}", entry->first.first, entry->first.second);
+            console_.Say(fmt::format("{}: {}", name_, text));
+            if (options_.recorder != nullptr)
+                options_.recorder->NoteError(name_, text);
+        }
     }
     ++entry->second;
 }
@@ -192,7 +245,30 @@ void CCameraRun::NoteError(const std::string& where, const std::string& message)
 TProgress CCameraRun::Progress() const
 {
     const CFrameQueue::TCounts counts = queue_.Counts();
-    return {name_, counts.delivered, executed_, counts.queue_full + counts.stopped + failed_, done_};
+    TProgress progress = {name_, counts.delivered, executed_, counts.queue_full + counts.stopped + failed_, done_, {}};
+    if (options_.recorder != nullptr)
+        progress.recording = options_.recorder->Report(options_.track);
+    return progress;
+}
+
+Reasons CCameraRun::Dropped(const CFrameQueue::TCounts& counts) const
+{
+    const std::lock_guard<std::mutex> lock(dropped_mutex_);
+    Reasons dropped = dropped_;
+    if (counts.queue_full > 0)
+        dropped[drop_queue_full] += counts.queue_full;
+    if (counts.stopped > 0)
+        dropped[drop_stopped] += counts.stopped;
+    return dropped;
+}
+
+Reasons CCameraRun::Losses() const
+{
+    const CFrameQueue::TCounts counts = queue_.Counts();
+    Reasons losses = Dropped(counts);
+    for (const auto& [reason, count] : counts.lost)
+        losses["lost before delivery: " + reason] = count;
+    return losses;
 }
 
 TCameraReport CCameraRun::Report() const
@@ -204,11 +280,7 @@ TCameraReport CCameraRun::Report() const
     report.frames = counts.delivered;
     report.executed = executed_;
     report.decimated = decimated_;
-    report.dropped = dropped_;
-    if (counts.queue_full > 0)
-        report.dropped[drop_queue_full] += counts.queue_full;
-    if (counts.stopped > 0)
-        report.dropped[drop_stopped] += counts.stopped;
+    report.dropped = Dropped(counts);
     report.lost = counts.lost;
     report.time = TimesOf(time_);
     for (const TNodeCounts& node : nodes_.Nodes())
@@ -219,6 +291,11 @@ TCameraReport CCameraRun::Report() const
     report.pictures = pictures_;
     report.pictures_failed = pictures_failed_;
     report.failure = failure_;
+    if (options_.recorder != nullptr)
+        report.recording = options_.recorder->Report(options_.track);
+    report.output = out_node_.Name();
+    if (options_.digests)
+        report.digests = digests_;
     return report;
 }
 

@@ -10,9 +10,11 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "capture/source.h"
 #include "dev/camera.h"
@@ -24,12 +26,20 @@
 
 namespace host {
 
+class CCameraProfile;
 class CConsole;
+class CProfile;
+class CRecorder;
 
 struct TCameraRunOptions
 {
     std::uint64_t frames = 0;        ///< frames to take from the source; 0: all
     std::filesystem::path pictures;  ///< folder for this camera's output pictures; empty: none are written
+    CProfile* profile = nullptr;     ///< hears what takes how long, and outlives the run; null: nobody does
+    bool digests = false;            ///< take one of every output picture
+    CRecorder* recorder = nullptr;   ///< gets the images of the recording-output node; null: nobody does
+    std::size_t track = 0;           ///< of the recorder
+    std::string record_node;         ///< name of the recording-output node
     std::function<void()> on_done;   ///< called once, on the strand, after the last frame
 };
 
@@ -56,6 +66,8 @@ public:
 
     /// On any thread.
     TProgress Progress() const;
+    /// Frames that were dropped or lost until now, by reason; on any thread.
+    Reasons Losses() const;
     /// After Join.
     TCameraReport Report() const;
 
@@ -63,10 +75,14 @@ private:
     void Deliver();
     void Work();
     void Process();
+    void TryRun();
     void Run();
-    void WritePicture();
+    void Record();
+    void HandOut();
+    void WritePicture(const cimage::CImage& image);
     void Drop(const std::string& reason, const std::string& where, const std::string& message);
     void NoteError(const std::string& where, const std::string& message);
+    Reasons Dropped(const CFrameQueue::TCounts& counts) const;
 
     const std::string name_;
     dev::CCamera& camera_;
@@ -81,15 +97,19 @@ private:
     // Of the strand.
     dev::camera::CPreprocessorNode& root_;
     const dev::camera::CPreprocessorNode& out_node_;
+    const dev::camera::CPreprocessorNode& record_node_;
     CRegion region_;
     CTreeCounts nodes_;
-    dev::TFrame<> frame_;  ///< the one at work
+    CCameraProfile* const profile_;  ///< null: there is none
+    dev::TFrame<> frame_;            ///< the one at work
     std::uint64_t decimated_ = 0;
-    Reasons dropped_;
+    mutable std::mutex dropped_mutex_;
+    Reasons dropped_;  ///< others may read it
     CHistogram time_;
     std::map<std::pair<std::string, std::string>, std::uint64_t> errors_;  ///< by where and message
     std::uint64_t pictures_ = 0;
     std::uint64_t pictures_failed_ = 0;
+    std::vector<TOutputDigest> digests_;
     std::chrono::steady_clock::time_point start_;
     std::chrono::steady_clock::time_point end_;
 

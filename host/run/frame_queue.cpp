@@ -22,6 +22,7 @@ void CFrameQueue::Offer(const dev::TFrame<>& frame)
         --waiting_;
         ++counts_.queue_full;
     }
+    source_waits_ = false;
     const bool last = Store(frame);
     Wake(lock);
     if (last)
@@ -34,6 +35,7 @@ bool CFrameQueue::Push(const dev::TFrame<>& frame)
     room_.wait(lock, [this] { return closed_ || waiting_ < depth; });
     if (closed_)
         return false;
+    source_waits_ = true;
     const bool last = Store(frame);
     Wake(lock);
     if (last)
@@ -66,6 +68,12 @@ void CFrameQueue::Lost(const std::string& reason, std::uint64_t count)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     counts_.lost[reason] += count;
+}
+
+bool CFrameQueue::SourceWaits() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return source_waits_;
 }
 
 CFrameQueue::Taken CFrameQueue::Take(dev::TFrame<>& frame)

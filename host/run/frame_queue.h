@@ -60,6 +60,9 @@ public:
     bool Push(const dev::TFrame<>& frame) override;
     void Lost(const std::string& reason, std::uint64_t count) override;
 
+    /// True when the source waits for room: its last frame was pushed.
+    bool SourceWaits() const;
+
     /// Moves the oldest waiting frame into `frame`.
     Taken Take(dev::TFrame<>& frame);
 
@@ -87,6 +90,7 @@ private:
     bool closed_ = false;
     bool ended_ = false;
     bool worker_awake_ = false;
+    bool source_waits_ = false;
     TCounts counts_;
 };
 

@@ -24,6 +24,9 @@ std::vector<std::string> CLiveLines::Next(std::chrono::steady_clock::time_point 
             camera.done ? "done" : fmt::format("{:.1f}/s", seconds > 0.0 ? executed / seconds : 0.0);
         lines.push_back(fmt::format("{:<{}}  {:>9}  {:>8} frames  {:>8} executed  {:>6} dropped", camera.name, width,
                                     rate, camera.frames, camera.executed, camera.dropped));
+        if (camera.recording)
+            lines.back() +=
+                fmt::format("  {:>8} recorded  {:>6} not", camera.recording->recorded, Sum(camera.recording->dropped));
     }
     return lines;
 }

@@ -4,12 +4,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "run/report.h"
+
 namespace host {
 
-/// What a camera has done so far.
+/// What a camera has done so far. `recording` is empty when nothing is recorded.
 struct TProgress
 {
     std::string name;
@@ -17,6 +20,7 @@ struct TProgress
     std::uint64_t executed = 0;
     std::uint64_t dropped = 0;
     bool done = false;
+    std::optional<TTrackReport> recording;
 };
 
 /// Turns progress into lines; the rate is that of the time since the last call.

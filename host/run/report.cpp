@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 #include <algorithm>
 
+#include "run/digest.h"
 #include "run/frame_queue.h"
 #include "run/histogram.h"
+#include "system/quantities.h"
 
 namespace host {
 
@@ -61,6 +63,11 @@ std::string CameraText(const TCameraReport& camera)
         text += fmt::format("  {} x {}: {}\n", error.count, error.where, error.message);
     if (camera.pictures + camera.pictures_failed > 0)
         text += fmt::format("  pictures: {} written, {} failed\n", camera.pictures, camera.pictures_failed);
+    if (camera.recording)
+        text += fmt::format("  recorded: {} of {} frames, {}\n", camera.recording->recorded, camera.recording->offered,
+                            BytesText(camera.recording->bytes));
+    if (camera.recording && !camera.recording->dropped.empty())
+        text += fmt::format("  not recorded: {}\n", Listed(camera.recording->dropped));
     if (!camera.failure.empty())
         text += fmt::format("  the source failed: {}\n", camera.failure);
     return text;
@@ -95,6 +102,11 @@ std::vector<std::string> Imbalances(const TRunReport& report)
         check(camera.name, camera.frames, camera.executed, camera.decimated, Sum(camera.dropped));
         for (const TNodeReport& node : camera.nodes)
             check(camera.name + ", node " + node.name, node.frames, node.executed, node.decimated, node.dropped);
+        const TTrackReport track = camera.recording.value_or(TTrackReport());
+        const std::uint64_t dropped = Sum(track.dropped);
+        if (track.offered != track.recorded + dropped)
+            imbalances.push_back(fmt::format("{}: {} frames to record, but {} recorded and {} not", camera.name,
+                                             track.offered, track.recorded, dropped));
     }
     return imbalances;
 }
@@ -102,14 +114,24 @@ std::vector<std::string> Imbalances(const TRunReport& report)
 ExitCode CodeOf(const TRunReport& report)
 {
     bool failed = !Imbalances(report).empty();
-    bool lost = false;
+    bool lost = !report.recording_failure.empty();
     for (const TCameraReport& camera : report.cameras) {
         failed = failed || !camera.failure.empty();
-        lost = lost || !camera.lost.empty() || camera.pictures_failed > 0;
+        lost = lost || !camera.lost.empty() || camera.pictures_failed > 0 ||
+               (camera.recording && !camera.recording->dropped.empty());
         for (const auto& reason : camera.dropped)
             lost = lost || reason.first != drop_stopped;
     }
     return failed ? Failed : lost ? DataLost : Done;
+}
+
+std::string DigestLines(const TRunReport& report)
+{
+    std::string text;
+    for (const TCameraReport& camera : report.cameras)
+        for (const TOutputDigest& each : camera.digests.value_or(std::vector<TOutputDigest>()))
+            text += fmt::format("{} {} {} {}\n", camera.name, each.sequence, camera.output, DigestText(each.digest));
+    return text;
 }
 
 std::string ReportText(const TRunReport& report)
@@ -117,6 +139,9 @@ std::string ReportText(const TRunReport& report)
     std::string text;
     for (const TCameraReport& camera : report.cameras)
         text += CameraText(camera) + '\n';
+    if (!report.recording.empty())
+        text += fmt::format("recording: {}{}{}\n", report.recording, report.recording_failure.empty() ? "" : "; ",
+                            report.recording_failure);
     text += fmt::format("times per frame; p50 and p99 are within {:.1f} %\n", 100.0 * CHistogram::relative_error);
     return text;
 }

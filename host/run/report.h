@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,7 +45,23 @@ struct TErrorReport
     std::uint64_t count = 0;
 };
 
+/// Of one picture of the output node.
+struct TOutputDigest
+{
+    std::uint64_t sequence = 0;  ///< of the frame that it was made of
+    std::uint64_t digest = 0;    ///< as Digest() tells
+};
+
 using Reasons = std::map<std::string, std::uint64_t>;
+
+/// What became of the images that a camera's recording-output node made. offered = recorded + the sum of dropped.
+struct TTrackReport
+{
+    std::uint64_t offered = 0;
+    std::uint64_t recorded = 0;
+    std::uint64_t bytes = 0;  ///< of the recorded ones, as stored
+    Reasons dropped;
+};
 
 /// frames = executed + decimated + the sum of dropped. What the source lost never got as far, and is not in `frames`.
 struct TCameraReport
@@ -62,6 +79,9 @@ struct TCameraReport
     std::uint64_t pictures = 0;         ///< written
     std::uint64_t pictures_failed = 0;  ///< not written
     std::string failure;                ///< of the source; empty when it ended well
+    std::optional<TTrackReport> recording;
+    std::string output;                                 ///< name of the output node
+    std::optional<std::vector<TOutputDigest>> digests;  ///< if asked for: one per picture, in the order of the frames
 };
 
 struct TRunReport
@@ -69,6 +89,8 @@ struct TRunReport
     std::string rig;
     std::vector<TCameraReport> cameras;
     bool interrupted = false;
+    std::string recording = {};          ///< its folder; empty when nothing is recorded
+    std::string recording_failure = {};  ///< what ended the recording early, or kept something from it
 };
 
 std::uint64_t Sum(const Reasons& reasons);
@@ -76,11 +98,13 @@ std::uint64_t Sum(const Reasons& reasons);
 /// The sums that do not close, one sentence each; a fault of this program.
 std::vector<std::string> Imbalances(const TRunReport& report);
 
-/// Failed for a source that failed or a sum that does not close; DataLost for dropped or lost frames and for pictures
-/// that could not be written. Frames that waited when the run was stopped are not lost: whoever stopped it knows.
+/// Failed for a source that failed or a sum that does not close; DataLost for dropped or lost frames and for what could
+/// not be written or recorded. Frames that waited when the run was stopped are not lost: whoever stopped it knows.
 ExitCode CodeOf(const TRunReport& report);
 
 std::string ReportText(const TRunReport& report);
+/// "<camera> <sequence number> <output node> <digest>", a line per picture, camera by camera.
+std::string DigestLines(const TRunReport& report);
 std::string ReportJson(const TRunReport& report);
 
 }  // namespace host

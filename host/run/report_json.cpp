@@ -1,3 +1,4 @@
+#include "run/digest.h"
 #include "run/histogram.h"
 #include "run/report.h"
 #include "system/json_text.h"
@@ -26,6 +27,16 @@ Json AsJson(const TNodeReport& node)
             {"time_ms", AsJson(node.time)}};
 }
 
+Json AsJson(const std::optional<TTrackReport>& recording)
+{
+    if (!recording)
+        return nullptr;
+    return {{"offered", recording->offered},
+            {"recorded", recording->recorded},
+            {"bytes", recording->bytes},
+            {"dropped", AsJson(recording->dropped)}};
+}
+
 Json AsJson(const TCameraReport& camera)
 {
     Json nodes = Json::array();
@@ -46,9 +57,17 @@ Json AsJson(const TCameraReport& camera)
                  {"errors", errors},
                  {"pictures", camera.pictures},
                  {"pictures_failed", camera.pictures_failed},
+                 {"recording", AsJson(camera.recording)},
                  {"failure", nullptr}};
     if (!camera.failure.empty())
         json["failure"] = camera.failure;
+    if (camera.digests) {
+        Json digests = Json::array();
+        for (const TOutputDigest& each : *camera.digests)
+            digests.push_back({{"sequence", each.sequence}, {"digest", DigestText(each.digest)}});
+        json["output"] = camera.output;
+        json["digests"] = std::move(digests);
+    }
     return json;
 }
 
@@ -59,8 +78,14 @@ std::string ReportJson(const TRunReport& report)
     Json cameras = Json::array();
     for (const TCameraReport& camera : report.cameras)
         cameras.push_back(AsJson(camera));
+    Json recording = nullptr;
+    if (!report.recording.empty())
+        recording = {{"folder", report.recording}, {"failure", nullptr}};
+    if (!report.recording_failure.empty())
+        recording["failure"] = report.recording_failure;
     return JsonText({{"rig", report.rig},
                      {"interrupted", report.interrupted},
+                     {"recording", recording},
                      {"percentile_error", CHistogram::relative_error},
                      {"cameras", cameras}});
 }

@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "record/recorder.h"
 #include "run/camera_run.h"
 #include "system/console.h"
 
@@ -21,6 +22,7 @@ namespace asio = boost::asio;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds live_period(500);
+constexpr std::chrono::milliseconds drops_period(1000);
 constexpr std::chrono::milliseconds same_signal(100);
 
 /// The main thread's part: signals, timers, and the count of the cameras that still run. The pool does the work.
@@ -29,6 +31,7 @@ class CRigRun
 public:
     CRigRun(std::vector<TReadyCamera> cameras, const TRunLimits& limits, CConsole& console)
         : console_(console),
+          recorder_(limits.recorder),
           pool_(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1,
                                         std::max<std::size_t>(cameras.size(), 1))),
           running_(cameras.size())
@@ -37,6 +40,11 @@ public:
             TCameraRunOptions options;
             options.frames = limits.frames;
             options.pictures = limits.pictures.empty() ? limits.pictures : limits.pictures / camera.name;
+            options.profile = limits.profile;
+            options.digests = limits.digests;
+            options.recorder = recorder_;
+            options.track = runs_.size();
+            options.record_node = camera.record_node;
             options.on_done = [this] { asio::post(control_, [this] { OnCameraDone(); }); };
             runs_.push_back(std::make_unique<CCameraRun>(camera.name, *camera.camera, std::move(camera.source), pool_,
                                                          console, std::move(options)));
@@ -52,6 +60,8 @@ public:
         for (const auto& run : runs_)
             run->Join();
         pool_.join();
+        if (recorder_ != nullptr)
+            recorder_->Join();
     }
     CRigRun(const CRigRun&) = delete;
     CRigRun& operator=(const CRigRun&) = delete;
@@ -61,6 +71,8 @@ public:
         AwaitSignal();
         if (console_.Terminal())
             AwaitLive();
+        if (recorder_ != nullptr)
+            AwaitDrops();
         for (const auto& run : runs_)
             run->Start();
         if (!runs_.empty())
@@ -72,6 +84,10 @@ public:
 
         TRunReport report;
         report.interrupted = interrupted_;
+        if (recorder_ != nullptr) {
+            report.recording = recorder_->Folder().string();
+            report.recording_failure = recorder_->Failure();
+        }
         for (const auto& run : runs_)
             report.cameras.push_back(run->Report());
         return report;
@@ -86,8 +102,31 @@ private:
 
     void OnCameraDone()
     {
-        if (--running_ == 0)
-            control_.stop();
+        if (--running_ > 0)
+            return;
+        if (recorder_ == nullptr)
+            return control_.stop();
+        // Signals are heard until the last frame is stored.
+        NoteDrops();
+        drops_timer_.cancel();
+        recorder_->Finish(interrupted_ ? "interrupted" : "end of the run", [this] { control_.stop(); });
+    }
+
+    void NoteDrops()
+    {
+        for (std::size_t i = 0; i < runs_.size(); ++i)
+            recorder_->NoteDrops(i, runs_[i]->Losses());
+    }
+
+    void AwaitDrops()
+    {
+        drops_timer_.expires_after(drops_period);
+        drops_timer_.async_wait([this](const boost::system::error_code& error) {
+            if (error || running_ == 0)
+                return;
+            NoteDrops();
+            AwaitDrops();
+        });
     }
 
     void AwaitSignal()
@@ -132,10 +171,12 @@ private:
     }
 
     CConsole& console_;
+    CRecorder* const recorder_;
     asio::io_context control_{1};
     asio::signal_set signals_{control_, SIGINT, SIGTERM};
     asio::steady_timer end_timer_{control_};
     asio::steady_timer live_timer_{control_};
+    asio::steady_timer drops_timer_{control_};
     CLiveLines live_{Clock::now()};
     asio::thread_pool pool_;
     std::vector<std::unique_ptr<CCameraRun>> runs_;

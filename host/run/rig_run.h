@@ -18,12 +18,17 @@ class CCamera;
 namespace host {
 
 class CConsole;
+class CProfile;
+class CRecorder;
 
 struct TRunLimits
 {
     std::uint64_t frames = 0;        ///< per camera, taken from its source; 0: all
     double seconds = 0.0;            ///< 0: no limit
     std::filesystem::path pictures;  ///< output pictures go to <pictures>/<camera>/<sequence>.png; empty: none
+    bool digests = false;            ///< take one of every output picture
+    CProfile* profile = nullptr;     ///< hears what takes how long; null: nobody does
+    CRecorder* recorder = nullptr;  ///< made for the same cameras, and finished with the run; null: nothing is recorded
 };
 
 /// A loaded camera with its opened source.
@@ -32,6 +37,7 @@ struct TReadyCamera
     std::string name;
     dev::CCamera* camera;
     std::unique_ptr<capture::CSource> source;
+    std::string record_node;  ///< whose images are recorded
 };
 
 /// Runs the cameras, with live lines on the console if that is a terminal, and returns when all have ended. The first

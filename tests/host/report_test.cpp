@@ -58,9 +58,11 @@ TEST(Report, NamesTheSumsThatDoNotClose)
     host::TRunReport report = Good();
     report.cameras[0].dropped = {{"queue full", 2}, {"error in half", 1}};
     report.cameras[0].nodes[1].dropped = 1;
+    report.cameras[0].recording = {5, 3, 0, {{"disk low", 1}}};
     EXPECT_THAT(host::Imbalances(report),
                 ElementsAre("left: 10 frames, but 10 executed, 0 decimated and 3 dropped",
-                            "left, node half: 10 frames, but 5 executed, 5 decimated and 1 dropped"));
+                            "left, node half: 10 frames, but 5 executed, 5 decimated and 1 dropped",
+                            "left: 5 frames to record, but 3 recorded and 1 not"));
 }
 
 TEST(Report, ForPeopleIsATable)

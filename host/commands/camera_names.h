@@ -1,0 +1,20 @@
+// The option --cameras of the commands.
+#ifndef HOST_COMMANDS_CAMERA_NAMES_H
+#define HOST_COMMANDS_CAMERA_NAMES_H
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+class CConsole;
+
+/// Tells of chosen names that are not among `names`; true when there is none.
+bool AllAreCameras(const std::vector<std::string>& chosen, const std::vector<std::string>& names, CConsole& console);
+
+/// Of `names` those that are chosen, each once, in the order of `names`; all of them when none is.
+std::vector<std::string> Chosen(const std::vector<std::string>& chosen, const std::vector<std::string>& names);
+
+}  // namespace host
+
+#endif

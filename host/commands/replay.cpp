@@ -1,0 +1,78 @@
+#include "commands/replay.h"
+
+#include <fmt/format.h>
+#include <algorithm>
+
+#include "commands/camera_names.h"
+#include "record/contents.h"
+#include "rig/rig.h"
+#include "system/console.h"
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// The cameras of the rig that have a track, in the order of the rig. Tells of tracks and cameras that have no partner.
+std::vector<std::string> CamerasWithTrack(const fs::path& rig, const std::vector<rec::TTrack>& tracks,
+                                          CConsole& console)
+{
+    std::vector<TFault> ignored;  // the run tells them
+    const auto cameras = CameraNames(ReadRig(rig, ignored));
+    std::vector<std::string> found;
+    for (const std::string& camera : cameras) {
+        const bool recorded =
+            std::any_of(tracks.begin(), tracks.end(), [&](const rec::TTrack& track) { return track.name == camera; });
+        if (recorded)
+            found.push_back(camera);
+        else
+            console.Say(fmt::format("{}: has no track in the recording and does not run", camera));
+    }
+    for (const rec::TTrack& track : tracks) {
+        if (std::find(cameras.begin(), cameras.end(), track.name) == cameras.end())
+            console.Say(fmt::format("{}: found no such camera in {}; its track is left out", OneLine(track.name),
+                                    rig.string()));
+        else if (!track.node.empty() && track.node != "Source")
+            console.Say(fmt::format("{}: the recording holds what its node {} made; it enters the tree at \"Source\"",
+                                    track.name, Quoted(track.node)));
+    }
+    return found;
+}
+
+}  // namespace
+
+ExitCode Replay(TReplayOptions options, CConsole& console)
+{
+    const TContents contents = FindContents(options.path);
+    if (contents.frames.empty())
+        throw std::runtime_error(fmt::format("{}: found no frames, wanted a recording", options.path.string()));
+    TRunOptions& run = options.run;
+    if (run.rig.empty())
+        run.rig = contents.rig;
+    if (run.rig.empty()) {
+        console.Say(fmt::format("{}: found no {} beside the frames, wanted one, or a rig as second argument",
+                                NameOf(options.path), rec::rig_file));
+        return BadArguments;
+    }
+
+    const auto recording = OpenQuietly(contents.frames);
+    const auto recorded = CamerasWithTrack(run.rig, recording->Tracks(), console);
+    if (recorded.empty()) {
+        console.Say(
+            fmt::format("{}: found no camera of {}, wanted one to run", NameOf(options.path), run.rig.string()));
+        return Failed;
+    }
+    if (!AllAreCameras(run.cameras, recorded, console))
+        return BadArguments;
+    run.cameras = Chosen(run.cameras, recorded);
+    const std::string archive = fs::absolute(contents.frames).string();
+    for (const std::string& camera : run.cameras) {
+        run.overrides.push_back({camera, "SOURCE", fmt::format("replay:{}#{}", archive, camera)});
+        run.overrides.push_back({camera, "REPLAY RATE", options.rate});
+        run.overrides.push_back({camera, "LOOP", "FALSE"});  // of the recorded source, perhaps
+    }
+    return Run(run, console);
+}
+
+}  // namespace host
