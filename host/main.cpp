@@ -239,6 +239,9 @@ int Main(int argc, char** argv)
     CLI::App app("Describes, checks and runs rigs of cameras and other sensors.", "orvo");
     app.set_version_flag("--version", ORVO_VERSION);
     app.require_subcommand(1);
+    app.fallthrough();  // its own options may stand behind the command, too
+    bool verbose = false;
+    app.add_flag("--verbose", verbose, "Show what the device library tells of its work");
     app.footer(
         "Exit codes: 0 done, 1 failed, 2 bad arguments (also a file that is not there), 3 done but data was lost.");
     Command chosen;
@@ -259,7 +262,7 @@ int Main(int argc, char** argv)
     // A reader that goes away, or a file that may not grow, is an error of one write, not the end of a running rig.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    host::CConsole console;
+    host::CConsole console(verbose);
     try {
         return chosen(console);
     } catch (const std::exception& error) {

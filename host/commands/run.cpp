@@ -29,8 +29,12 @@ namespace {
 class CLoadedCameras
 {
 public:
-    CLoadedCameras(const TRig& rig, CModules& modules)
+    /// The rig was found without fault, so what the library warns of is what the rig leaves out on purpose.
+    CLoadedCameras(const TRig& rig, CModules& modules, const CConsole& console)
     {
+        std::optional<CConsole::CCapture> quiet;
+        if (!console.Verbose())
+            quiet.emplace();
         for (const TDevice& device : rig.devices) {
             if (device.type != DeviceType::Camera)
                 continue;
@@ -108,13 +112,12 @@ bool CanRun(const TCheck& check, const TRunOptions& options, CConsole& console)
 }
 
 /// The report of a profile is a result, unless it would spoil one that programs read: then it is talk.
-void WriteProfile(CProfile& profile, bool as_talk)
+void WriteProfile(CProfile& profile, bool as_talk, CConsole& console)
 {
-    if (as_talk)
-        return profile.PrintReport();
     CConsole::CCapture capture;
     profile.PrintReport();
-    WriteResult(fmt::format("\n{}\n", fmt::join(capture.Lines(), "\n")));
+    const std::string text = fmt::format("{}", fmt::join(capture.Lines(), "\n"));
+    as_talk ? console.Say(text) : WriteResult('\n' + text + '\n');
 }
 
 }  // namespace
@@ -144,7 +147,7 @@ ExitCode Run(const TRunOptions& options, CConsole& console)
     }
     if (!options.output.empty() && !MakeFolders(options.output, chosen, console))
         return Failed;
-    CLoadedCameras loaded(rig, modules);
+    CLoadedCameras loaded(rig, modules, console);
     auto ready = OpenSources(rig, chosen, loaded, modules, console);
     if (ready.size() < chosen.size())
         return Failed;
@@ -167,7 +170,7 @@ ExitCode Run(const TRunOptions& options, CConsole& console)
         WriteResult(options.json ? ReportJson(report) : ReportText(report));
     }
     if (options.profile)
-        WriteProfile(profile, options.json || options.digests);
+        WriteProfile(profile, options.json || options.digests, console);
     for (const std::string& imbalance : Imbalances(report))
         console.Say("the sums do not close: " + imbalance);
     const bool trace_whole = !trace || trace->Close();

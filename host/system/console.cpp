@@ -18,6 +18,7 @@ struct TThreadText
 {
     std::string begun;
     std::vector<std::string>* capture = nullptr;
+    bool informs = false;  ///< the last tagged line was an information; lines without a tag belong to it
 };
 
 TThreadText& ThreadText()
@@ -93,19 +94,24 @@ private:
     void Emit(TThreadText& thread, const std::string& line)
     {
         if (thread.capture != nullptr)
-            thread.capture->push_back(line);
-        else
+            return thread.capture->push_back(line);
+        const std::string tag = line.substr(0, 5);
+        if (tag == "[II] " || tag == "[WW] " || tag == "[EE] ")
+            thread.informs = tag == "[II] ";
+        if (console_.verbose_ || !thread.informs)
             console_.Say(line);
     }
 
     CConsole& console_;
 };
 
-CConsole::CConsole()
-    : terminal_(isatty(STDERR_FILENO) == 1),
+CConsole::CConsole(bool verbose)
+    : verbose_(verbose),
+      terminal_(isatty(STDERR_FILENO) == 1),
       lines_(new CLineBuffer(*this)),
       stdout_buffer_(std::cout.rdbuf(lines_.get()))
 {
+    ThreadText() = {};
 }
 
 CConsole::~CConsole()

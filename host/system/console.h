@@ -1,5 +1,6 @@
 // Who may write where: results go to standard output, talk to standard error. The device library writes its lines to
-// std::cout, so while a CConsole lives these are talk, too.
+// std::cout, so while a CConsole lives these are talk, too; what it merely informs of ("[II]", with the lines that belong
+// to it) is shown when asked for.
 //
 // Thread rule: every call is safe on any thread; lines of different threads do not mix.
 #ifndef HOST_SYSTEM_CONSOLE_H
@@ -17,8 +18,8 @@ namespace host {
 class CConsole
 {
 public:
-    /// Redirects std::cout.
-    CConsole();
+    /// Redirects std::cout. `verbose`: the library's information is shown.
+    explicit CConsole(bool verbose = false);
     /// Puts std::cout back and leaves the terminal below the live lines.
     ~CConsole();
     CConsole(const CConsole&) = delete;
@@ -26,6 +27,8 @@ public:
 
     /// Writes one line of talk, above the live lines if there are any.
     void Say(const std::string& line);
+
+    bool Verbose() const { return verbose_; }
 
     /// True when talk goes to a terminal, so that live lines make sense.
     bool Terminal() const { return terminal_; }
@@ -58,6 +61,7 @@ private:
     std::string LiveText() const;
 
     std::mutex mutex_;
+    const bool verbose_;
     bool terminal_;
     std::vector<std::string> live_;
     std::unique_ptr<CLineBuffer> lines_;

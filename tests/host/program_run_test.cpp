@@ -137,7 +137,7 @@ TEST_F(ProgramRunTest, RunsTheChosenCamerasAndLetsPluginsFindTheOthers)
     const auto text = With(good_rig, "TestPass b a fps_factor=0.5", "TestOther b a camera=right fps_factor=0.5");
     const std::string rig = Write("rig.ini", With(text, "test:push 3", "test:nothing")).string();
     EXPECT_EQ(Orvo({"run", rig}).code, 1);
-    const json camera = RunCamera({"--cameras", "left,left", rig}, 0);
+    const json camera = RunCamera({"--cameras", "left,left", rig, "--verbose"}, 0);
     EXPECT_EQ(json::parse(ended_.out).at("cameras").size(), 1u);
     EXPECT_EQ(camera.at("name"), "left");
     EXPECT_EQ(Counts(camera.at("nodes").at(1)), (json{"a", 4, 4, 0, 0}));
@@ -145,6 +145,7 @@ TEST_F(ProgramRunTest, RunsTheChosenCamerasAndLetsPluginsFindTheOthers)
     EXPECT_THAT(ended_.talk, HasSubstr("other camera is right\n"));
     EXPECT_THAT(ended_.talk, HasSubstr("[II] ::CPreprocessorNode: Adding plugin: TestPass a Source\n"));
     EXPECT_THAT(ended_.talk, Not(HasSubstr("\x1b")));  // no live lines in a pipe
+    EXPECT_THAT(Orvo({"run", rig, "--cameras", "left"}).talk, Not(HasSubstr("::")));  // of the library
 }
 
 TEST_F(ProgramRunTest, CtrlCEndsItAndAccountsForWhatWaited)
