@@ -282,6 +282,8 @@ void Writer::Open(const boost::filesystem::path& file, const std::vector<kta::Tr
         Close(boost::filesystem::path());
     waiting_.clear();
     data_.open(file.string(), std::ios::out | std::ios::trunc | std::ios::binary);
+    if (!data_)
+        data_.setstate(std::ios::badbit);  // no headers for payloads that go nowhere
     index_.open(IndexPath(file).string(), std::ios::out | std::ios::trunc | std::ios::binary);
     WriteHeader(index_, tracks);
 }
@@ -304,7 +306,10 @@ void Writer::Write(const BlockHeader& block)
 
 bool Writer::Flush()
 {
-    if (data_.flush()) {
+    // Past the stream: a failbit of the caller's says nothing about the payloads before it.
+    if (data_.rdbuf()->pubsync() != 0)
+        data_.setstate(std::ios::badbit);
+    if (!data_.bad()) {
         index_.write(reinterpret_cast<const char*>(waiting_.data()),
                      static_cast<std::streamsize>(waiting_.size() * sizeof(BlockHeader)));
         index_.flush();

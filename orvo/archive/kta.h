@@ -220,6 +220,7 @@ public:
     void WriteHeader(std::ofstream& out, const std::vector<Track>& tracks);
 
     /// Takes the payloads. A caller that counts the bytes it writes saves one tellp(), a system call, per block.
+    /// Beware of `<<` with an empty stream buffer: the stream fails and takes no more, while headers go on.
     std::ofstream& ofs_data() { return data_; }
 
     void Write(const BlockHeader& block);

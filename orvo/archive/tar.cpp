@@ -144,6 +144,7 @@ public:
             close(descriptor_);
     }
 
+    bool IsOpen() const { return descriptor_ >= 0; }
     std::uint64_t FileSize() const { return file_size_; }
 
     /// The whole block at an offset, valid until the next call; null where the file has none.
@@ -357,15 +358,18 @@ boost::system::error_code Reader::Open(const path& file, const std::string&)
     members_.clear();
     stream_.close();
     stream_.open(file.string(), std::ios::binary);
+    if (stream_.is_open())
+        Index(file);
     if (!stream_.is_open())
         return make_error_code(boost::system::errc::no_such_file_or_directory);
-    Index(file);
     return boost::system::error_code();
 }
 
 void Reader::Index(const path& file)
 {
     CBlocks blocks(file);
+    if (!blocks.IsOpen())
+        stream_.close();  // an archive that nobody could look into must not seem to be empty
     std::uint64_t at = 0;
     while (const char* const header = blocks.At(at)) {
         if (IsPlaceholder(header))

@@ -295,6 +295,19 @@ TEST_F(KtaTest, DataThatCannotBeWritten)
     writer_.Open(folder_ / "missing" / "drive.kta", {});
     EXPECT_FALSE(writer_.Flush());
     boost::filesystem::remove(file_);
+    boost::filesystem::create_directory(file_);
+    writer_.Open(file_, {});
+    writer_.Write(kta::BlockHeader());
+    writer_.Close(file_);
+    EXPECT_EQ(boost::filesystem::file_size(index_), 7u) << "the data were never open";
+
+    boost::filesystem::remove(file_);
+    writer_.Open(file_, {});
+    Add(0, "a0");
+    writer_.ofs_data().setstate(std::ios::failbit);
+    Add(0, "lost");
+    EXPECT_FALSE(writer_.Flush());
+    EXPECT_EQ(boost::filesystem::file_size(index_), 7 + 2 * block_bytes) << "the headers before it are good";
     writer_.Open(file_, {});
     EXPECT_TRUE(writer_.Flush()) << "each archive begins anew";
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <numeric>
 #include <stdexcept>
@@ -155,6 +158,17 @@ TEST_F(Tar, SeekGoesToTheFirstOfAName)
     EXPECT_FALSE(reader.Seek("unknown"));
     EXPECT_EQ(reader.ISTR().get(), 'i');
     EXPECT_EQ(reader.Open(folder / "none", ""), boost::system::error_code(2, boost::system::generic_category()));
+    EXPECT_EQ(reader.Seek("twice").value(), 257);
+
+    // Room for one more open file, which the stream takes.
+    rlimit before;
+    getrlimit(RLIMIT_NOFILE, &before);
+    const int next = dup(0);
+    close(next);
+    const rlimit one_more = {static_cast<rlim_t>(next) + 1, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &one_more);
+    EXPECT_EQ(reader.Open(file, "").value(), 2);
+    setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(reader.Seek("twice").value(), 257);
 }
 
