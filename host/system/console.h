@@ -1,6 +1,6 @@
 // Who may write where: results go to standard output, talk to standard error. The device library writes its lines to
-// std::cout, so while a CConsole lives these are talk, too; what it merely informs of ("[II]", with the lines that belong
-// to it) is shown when asked for.
+// std::cout, so while a CConsole lives these are talk, too; what it merely informs of ("[II]", with the lines that
+// belong to it) is shown when asked for.
 //
 // Thread rule: every call is safe on any thread; lines of different threads do not mix.
 #ifndef HOST_SYSTEM_CONSOLE_H

@@ -144,7 +144,7 @@ TEST_F(ProgramRunTest, RunsTheChosenCamerasAndLetsPluginsFindTheOthers)
     EXPECT_EQ(Counts(camera.at("nodes").at(2)), (json{"b", 4, 2, 2, 0}));
     EXPECT_THAT(ended_.talk, HasSubstr("other camera is right\n"));
     EXPECT_THAT(ended_.talk, HasSubstr("[II] ::CPreprocessorNode: Adding plugin: TestPass a Source\n"));
-    EXPECT_THAT(ended_.talk, Not(HasSubstr("\x1b")));  // no live lines in a pipe
+    EXPECT_THAT(ended_.talk, Not(HasSubstr("\x1b")));                                 // no live lines in a pipe
     EXPECT_THAT(Orvo({"run", rig, "--cameras", "left"}).talk, Not(HasSubstr("::")));  // of the library
 }
 
