@@ -8,7 +8,6 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <boost/filesystem/operations.hpp>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -17,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "folder.h"
 #include "orvo_inifiles/inifile.h"
 
 namespace {
@@ -37,46 +37,25 @@ std::string KeyName(int key)
     return "DISTORTION K RATIO " + std::to_string(key);
 }
 
-/// A folder for one run.
-class CFolder
+/// Writes a settings file.
+path Generate(const path& file)
 {
-public:
-    explicit CFolder(const path& parent) : path_(parent / boost::filesystem::unique_path("orvo-bench-%%%%%%%%"))
-    {
-        boost::filesystem::create_directory(path_);
+    std::ofstream stream(file.string(), std::ios::binary);
+    stream << "# A rig with too many cameras\n";
+    for (int section = 0; section < sections; ++section) {
+        stream << "\n[" << SectionName(section) << "]\n";
+        for (int key = 0; key < keys; ++key)
+            stream << KeyName(key) << " = " << section + 0.125 * key << ", " << key << "\n";
     }
-    ~CFolder()
-    {
-        boost::system::error_code ignored;
-        boost::filesystem::remove_all(path_, ignored);
-    }
-    CFolder(const CFolder&) = delete;
-    CFolder& operator=(const CFolder&) = delete;
-
-    /// A generated settings file of that name.
-    path Generate(const std::string& name) const
-    {
-        const path file = path_ / name;
-        std::ofstream stream(file.string(), std::ios::binary);
-        stream << "# A rig with too many cameras\n";
-        for (int section = 0; section < sections; ++section) {
-            stream << "\n[" << SectionName(section) << "]\n";
-            for (int key = 0; key < keys; ++key)
-                stream << KeyName(key) << " = " << section + 0.125 * key << ", " << key << "\n";
-        }
-        if (!stream.flush())
-            throw std::runtime_error("cannot write " + file.string());
-        return file;
-    }
-
-private:
-    path path_;
-};
+    if (!stream.flush())
+        throw std::runtime_error("cannot write " + file.string());
+    return file;
+}
 
 const path& InputFile()
 {
-    static const CFolder folder(boost::filesystem::temp_directory_path());
-    static const path file = folder.Generate("input.ini");
+    static const CFolder folder;
+    static const path file = Generate(folder / "input.ini");
     return file;
 }
 
@@ -174,7 +153,7 @@ std::string NextValue()
 void SaveOrvo(benchmark::State& state, const path& parent)
 {
     const CFolder folder(parent);
-    const path file = folder.Generate("rig.ini");
+    const path file = Generate(folder / "rig.ini");
     kt::ini::INIFile ini(file, "CAMERA 0");
     for (auto _ : state) {
         const std::string value = NextValue();
@@ -187,7 +166,7 @@ void SaveOrvo(benchmark::State& state, const path& parent)
 void SaveGKeyFile(benchmark::State& state, const path& parent)
 {
     const CFolder folder(parent);
-    const path file = folder.Generate("rig.ini");
+    const path file = Generate(folder / "rig.ini");
     const KeyFile ini = LoadKeyFile(file);
     for (auto _ : state) {
         const std::string value = NextValue();

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "archive/kta.h"
+#include "folder.h"
 
 namespace {
 
@@ -39,28 +40,7 @@ void Require(bool condition, const char* what)
         throw std::runtime_error(what);
 }
 
-/// A folder for the whole run.
-class CFolder
-{
-public:
-    CFolder() : path_(boost::filesystem::temp_directory_path() / boost::filesystem::unique_path("orvo-bench-%%%%%%%%"))
-    {
-        boost::filesystem::create_directory(path_);
-    }
-    ~CFolder()
-    {
-        boost::system::error_code ignored;
-        boost::filesystem::remove_all(path_, ignored);
-    }
-    CFolder(const CFolder&) = delete;
-    CFolder& operator=(const CFolder&) = delete;
-
-    path operator/(const char* name) const { return path_ / name; }
-
-private:
-    path path_;
-};
-
+/// For the whole run.
 const CFolder& Folder()
 {
     static const CFolder folder;

@@ -7,7 +7,6 @@
 #include <archive_entry.h>
 #include <benchmark/benchmark.h>
 
-#include <boost/filesystem/operations.hpp>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "archive/tar.h"
+#include "folder.h"
 
 namespace {
 
@@ -33,28 +33,6 @@ std::vector<std::string> Names(std::size_t count)
         names.push_back("recording/left/" + std::to_string(1000000 + i) + ".raw");
     return names;
 }
-
-/// A folder for one run.
-class CFolder
-{
-public:
-    explicit CFolder(const path& parent) : path_(parent / boost::filesystem::unique_path("orvo-bench-%%%%%%%%"))
-    {
-        boost::filesystem::create_directory(path_);
-    }
-    ~CFolder()
-    {
-        boost::system::error_code ignored;
-        boost::filesystem::remove_all(path_, ignored);
-    }
-    CFolder(const CFolder&) = delete;
-    CFolder& operator=(const CFolder&) = delete;
-
-    path operator/(const std::string& name) const { return path_ / name; }
-
-private:
-    path path_;
-};
 
 void WriteOrvo(const path& file, const std::vector<std::string>& names, const std::string& data)
 {

@@ -5,6 +5,7 @@
 #include <boost/noncopyable.hpp>
 #include <stdexcept>
 
+#include "capture/faults.h"
 #include "capture/source.h"
 #include "images/decoder.h"
 #include "images/images_source.h"
@@ -53,12 +54,7 @@ public:
     {
         std::vector<capture::TFault> faults;
         const TPlan plan = ReadPlan(request, &faults);
-        if (!faults.empty()) {
-            std::string text;
-            for (const capture::TFault& fault : faults)
-                text += (text.empty() ? "" : "\n") + fault.key + ": found " + fault.found + ", wanted " + fault.wanted;
-            throw std::runtime_error(text);
-        }
+        capture::ThrowFaults(faults);
         return std::unique_ptr<capture::CSource>(new CImagesSource(plan, request.format, LoadDecoder()));
     }
 };

@@ -1,7 +1,7 @@
 // The driver "replay": a track of a recording as a camera.
-#include <stdexcept>
 
 #include "base/log.h"
+#include "capture/faults.h"
 #include "capture/source.h"
 #include "replay/plan.h"
 #include "replay/replay_source.h"
@@ -33,12 +33,7 @@ public:
     {
         std::vector<capture::TFault> faults;
         TPlan plan = ReadPlan(request, &faults);
-        if (!faults.empty()) {
-            std::string text;
-            for (const capture::TFault& fault : faults)
-                text += (text.empty() ? "" : "\n") + fault.key + ": found " + fault.found + ", wanted " + fault.wanted;
-            throw std::runtime_error(text);
-        }
+        capture::ThrowFaults(faults);
         for (const rec::TDamage& damage : plan.recording->Damage())
             base::Log(base::Severity::Warning, BOOST_CURRENT_FUNCTION,
                       plan.recording->File() + ": " + rec::Text(damage));
