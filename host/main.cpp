@@ -112,11 +112,18 @@ std::string BytesOfSize(std::string& text)
     return {};
 }
 
+/// An empty path is what a variable of the shell without a value leaves, and would read as "nothing asked for".
+std::string PathFault(const std::string& text)
+{
+    return text.empty() ? "found nothing, wanted a path" : "";
+}
+
 void AddRecord(CLI::App& command, host::TRecordOptions& options)
 {
     options.producer = "orvo " ORVO_VERSION;
-    auto* const record =
-        command.add_option("--record", options.folder, "Record into the folder DIR, which is made")->type_name("DIR");
+    auto* const record = command.add_option("--record", options.folder, "Record into the folder DIR, which is made")
+                             ->type_name("DIR")
+                             ->check(CLI::Validator(PathFault, {}));
     command.add_option("--format", options.format, "Archive of the frames: kta (default) or tar")
         ->check(CLI::IsMember({"kta", "tar"}))
         ->needs(record);
@@ -141,11 +148,13 @@ void AddRunOptions(CLI::App& command, host::TRunOptions& options)
         ->type_name("S")
         ->check(CLI::Validator(SecondsFault, {}));
     command.add_option("--output", options.output, "Write the output nodes' pictures to DIR/CAMERA/SEQUENCE.png")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(CLI::Validator(PathFault, {}));
     AddRecord(command, options.record);
     command.add_flag("--profile", options.profile, "Tell how long each camera and node took");
     command.add_option("--trace", options.trace, "Write what ran when to FILE, as JSON for a trace viewer")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(CLI::Validator(PathFault, {}));
     command.add_flag("--json", options.json, "Write the report as JSON");
 }
 
@@ -225,7 +234,8 @@ void AddExport(CLI::App& app, Command& chosen)
         ->add_option("--output", options->output,
                      "Folder to make; of a name in .tar or .kta, the archive alone. Nothing is overwritten")
         ->required()
-        ->type_name("OUT");
+        ->type_name("OUT")
+        ->check(CLI::Validator(PathFault, {}));
     AddCameras(*command, options->cameras, "Export these alone: names, separated by commas");
     command->add_option("--compress", options->compress, "As recorded, where the form can hold it, when left out")
         ->check(CLI::IsMember({"none", "png", "zstd"}));

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -340,7 +341,7 @@ bool IsArchive(const TExportOptions& options)
 bool IsFree(const TExportOptions& options, CConsole& console)
 {
     std::vector<fs::path> files{options.output};
-    if (IsArchive(options))
+    if (options.to == "kta" && IsArchive(options))
         files.push_back(fs::path(options.output).replace_extension(".idx"));
     for (const fs::path& file : files) {
         std::error_code error;
@@ -357,8 +358,9 @@ bool IsFree(const TExportOptions& options, CConsole& console)
 /// What a recording's folder holds beside the frames: the rig, the events, lookup tables.
 void CopyOthers(const fs::path& from, const fs::path& to)
 {
+    const std::set<fs::path> frames{rec::kta_file, fs::path(rec::kta_file).replace_extension(".idx"), rec::tar_file};
     for (const fs::directory_entry& entry : fs::directory_iterator(from))
-        if (entry.is_regular_file() && entry.path().stem() != fs::path(rec::kta_file).stem())
+        if (entry.is_regular_file() && frames.count(entry.path().filename()) == 0)
             fs::copy_file(entry.path(), to / entry.path().filename());
 }
 

@@ -51,7 +51,7 @@ ExitCode Replay(TReplayOptions options, CConsole& console)
     if (run.rig.empty())
         run.rig = contents.rig;
     if (run.rig.empty()) {
-        console.Say(fmt::format("{}: found no {} beside the frames, wanted one, or a rig as second argument",
+        console.Say(fmt::format("{}: found no folder with a {}, wanted one, or a rig as second argument",
                                 NameOf(options.path), rec::rig_file));
         return BadArguments;
     }

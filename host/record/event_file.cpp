@@ -96,6 +96,9 @@ std::string Read(const CLines& lines, TEventFile& file)
 
 bool IsEventFile(const std::filesystem::path& file)
 {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored))
+        return false;
     const File opened(std::fopen(file.c_str(), "rb"));
     char begin[sizeof data::event_file_magic - 1];
     return opened && std::fread(begin, 1, sizeof begin, opened.get()) == sizeof begin &&
@@ -104,6 +107,10 @@ bool IsEventFile(const std::filesystem::path& file)
 
 TEventFile ReadEventFile(const std::filesystem::path& file)
 {
+    // A pipe would keep its reader waiting, and a device need not end.
+    const auto status = std::filesystem::status(file);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw std::runtime_error(file.string() + ": found no regular file, wanted an event file");
     CLines lines(file);
     if (!lines.Next() || lines.Line() != data::event_file_magic)
         throw std::runtime_error(fmt::format("{}: found the first line {}, wanted \"{}\"", file.string(),

@@ -24,6 +24,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t most_cameras = dev::CWritable::no_track;
+/// Bytes of a camera's name: a member's name stays below 100 with any number, time and extension behind it.
+constexpr std::size_t longest_tar_name = 50;
 
 rec::Compression CompressionOf(const TRecordOptions& options, const TDevice& camera)
 {
@@ -117,9 +119,15 @@ std::string RecordFault(const TRecordOptions& options, const TRig& rig, const st
 {
     if (cameras.size() > most_cameras)
         return fmt::format("--record: found {} cameras, wanted at most {}", cameras.size(), most_cameras);
-    for (const std::string& camera : cameras)
-        if (options.format == "tar" && CompressionOf(options, *rig.Find(camera)) == rec::Compression::Zstd)
+    if (options.format != "tar")
+        return {};
+    for (const std::string& camera : cameras) {
+        if (CompressionOf(options, *rig.Find(camera)) == rec::Compression::Zstd)
             return fmt::format("--format tar: found the compression zstd for {}, wanted none or png", camera);
+        if (camera.size() > longest_tar_name)
+            return fmt::format("--format tar: found a name of {} bytes, {}, wanted at most {}", camera.size(), camera,
+                               longest_tar_name);
+    }
     return {};
 }
 

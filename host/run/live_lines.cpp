@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <algorithm>
+#include <utility>
 
 namespace host {
 
@@ -22,11 +23,14 @@ std::vector<std::string> CLiveLines::Next(std::chrono::steady_clock::time_point 
         last_executed_[i] = camera.executed;
         const std::string rate =
             camera.done ? "done" : fmt::format("{:.1f}/s", seconds > 0.0 ? executed / seconds : 0.0);
-        lines.push_back(fmt::format("{:<{}}  {:>9}  {:>8} frames  {:>8} executed  {:>6} dropped", camera.name, width,
-                                    rate, camera.frames, camera.executed, camera.dropped));
+        std::string line = fmt::format("{:<{}}  {:>9}  {:>8} frames", camera.name, width, rate, camera.frames);
+        if (!camera.recording)  // else it would push what is recorded off the end of a usual terminal's line
+            line += fmt::format("  {:>8} executed", camera.executed);
+        line += fmt::format("  {:>6} dropped", camera.dropped);
         if (camera.recording)
-            lines.back() +=
+            line +=
                 fmt::format("  {:>8} recorded  {:>6} not", camera.recording->recorded, Sum(camera.recording->dropped));
+        lines.push_back(std::move(line));
     }
     return lines;
 }

@@ -161,6 +161,7 @@ TEST_F(ProgramRecordTest, RefusesWhatItCannotDoBeforeItRuns)
         {Arguments(rig, {"--format", "tar", "--compress", "zstd"}), 2, "found the compression zstd for cam"},
         {Arguments(rig, {"--min-free", "-1"}), 2, "wanted a number of bytes"},
         {{"run", rig, "--format", "kta"}, 2, "--record"},
+        {{"run", rig, "--record", ""}, 2, "--record: found nothing, wanted a path"},
         {{"check", Write("x.ini", With(good_rig, "RECORD = a", "RECORD COMPRESSION = pmg"))}, 1, ""},
     };
     for (const auto& row : rows) {

@@ -192,6 +192,7 @@ TEST_F(ProgramRecordingTest, ExportKeepsEveryFrameThroughEveryForm)
     const std::string alone = Path("alone.kta");
     EXPECT_EQ(Orvo({"export", kta + "/frames.kta", "--to", "kta", "--output", alone}).code, 0);
     EXPECT_EQ(Digests({alone, Path("rig.ini")}), digests);
+    EXPECT_EQ(Orvo({"export", kta, "--to", "tar", "--output", Path("alone.tar")}).code, 0);  // beside alone.idx
     EXPECT_EQ(Orvo({"replay", alone}).code, 2);
 
     // What was damaged is left out; whatever fails leaves nothing.

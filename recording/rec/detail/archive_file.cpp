@@ -15,8 +15,13 @@ CArchiveFile::CArchiveFile(const boost::filesystem::path& path) : path_(path)
         if (!stream_.is_open())
             error.assign(errno, boost::system::generic_category());
     }
-    if (error)
-        throw std::runtime_error(Path() + ": found " + error.message() + ", wanted a readable file");
+    if (!error)
+        return;
+    boost::system::error_code ignored;
+    const auto status = boost::filesystem::status(path, ignored);
+    const bool other = boost::filesystem::exists(status) && !boost::filesystem::is_regular_file(status);
+    throw std::runtime_error(Path() + ": found " + (other ? "no regular file" : error.message()) +
+                             ", wanted a readable file");
 }
 
 const std::vector<std::uint8_t>& CArchiveFile::Read(std::uint64_t offset, std::uint64_t size)
