@@ -13,7 +13,8 @@ namespace {
 capture::TRequest Request(const TRig& rig, const TDevice& camera, const std::string& location)
 {
     std::string expanded = location;
-    rig.paths.Replace(expanded, kt::CVarReplacer::All);
+    if (camera.replaced_source.empty())  // what stands in for the file's own names a path as it is
+        rig.paths.Replace(expanded, kt::CVarReplacer::All);
     return {expanded, Folder(rig).string(), camera.settings, ValueOr(camera.settings, "FB", {})};
 }
 

@@ -34,7 +34,7 @@ protected:
     /// Two cameras with 4 and 3 frames of 48 bytes, recorded without compression.
     std::string Record(const std::string& rig = good_rig)
     {
-        const std::string folder = Path("trip");
+        const std::string folder = Path("a trip to $HOME");
         const TEnded ended = Orvo({"run", Write("rig.ini", rig).string(), "--record", folder});
         EXPECT_EQ(ended.code, 0) << ended.talk;
         return folder;
