@@ -91,13 +91,13 @@ void CCameraRun::Deliver()
     } catch (...) {
         failure_ = "unknown exception";
     }
-    // The end first: talk may wait for whoever reads it. What failed does not change any more.
-    queue_.End();
-    if (failure_.empty())
-        return;
-    console_.Say(fmt::format("{}: the source failed: {}", name_, failure_));
-    if (options_.recorder != nullptr)
+    // Before the end, with which the recording may be over, too.
+    if (!failure_.empty() && options_.recorder != nullptr)
         options_.recorder->NoteError(name_, "the source failed: " + failure_);
+    // The end before the talk, which may wait for whoever reads it. What failed does not change any more.
+    queue_.End();
+    if (!failure_.empty())
+        console_.Say(fmt::format("{}: the source failed: {}", name_, failure_));
 }
 
 /// On the strand, one frame per turn.
