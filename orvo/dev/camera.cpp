@@ -1,5 +1,6 @@
 #include "dev/camera.h"
 
+#include <algorithm>
 #include <boost/current_function.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <sstream>
@@ -9,6 +10,7 @@
 #include "base/number_text.h"
 #include "base/require.h"
 #include "dev/camera/plugin_factory.h"
+#include "dev/camera/video_property.h"
 
 namespace dev {
 
@@ -72,6 +74,40 @@ void CCamera::SetOpticalCenter(double x, double y)
     // The offsets count as unsigned, as everywhere in a region's text.
     full_optical_center_ =
         Pair(x + static_cast<std::uint32_t>(roi_.Left()), y + static_cast<std::uint32_t>(roi_.Top()));
+}
+
+void CCamera::ChangeRoI(const camera::CRoI& roi)
+{
+    if (!prototype_)
+        throw std::logic_error("CCamera::ChangeRoI: found no image format, wanted LoadParams first");
+    if (roi.SensorWidth() != roi_.SensorWidth() || roi.SensorHeight() != roi_.SensorHeight())
+        throw std::invalid_argument("CCamera::ChangeRoI: found a region of a sensor of " + roi.StrSensor() +
+                                    ", wanted one of " + roi_.StrSensor());
+    camera::CRoI next = roi;
+    next.SetIncrements(roi_.PositionIncrementH(), roi_.PositionIncrementV(), roi_.SizeIncrementH(),
+                       roi_.SizeIncrementV());
+    // As double, because the offsets may be any 32-bit numbers.
+    const Pair moved(static_cast<double>(next.Left()) - roi_.Left(), static_cast<double>(next.Top()) - roi_.Top());
+    roi_ = next;
+    SetOpticalCenter(optical_center_.first - moved.first, optical_center_.second - moved.second);
+    RemakeImages();
+    On_RoIChanged(roi_);
+}
+
+void CCamera::SetRoIIncrements(unsigned int position_h, unsigned int position_v, unsigned int size_h,
+                               unsigned int size_v)
+{
+    // On a copy: a region keeps what its check refuses.
+    camera::CRoI next = roi_;
+    next.SetIncrements(position_h, position_v, size_h, size_v);
+    roi_ = next;
+}
+
+void CCamera::RemakeImages()
+{
+    working_image_ = prototype_->New(roi_.Width(), roi_.Height());
+    for (TFrame<>& frame : frames_)
+        frame = FrameGenerator(working_image_);
 }
 
 CameraParams CCamera::Params() const
@@ -217,6 +253,16 @@ void CCamera::CollectSources(const CPreprocessorNode& node, std::list<std::strin
 std::vector<std::string> CCamera::Plugins() const
 {
     return camera::PluginSingleton::Instance().RegisteredIds();
+}
+
+boost::optional<CCamera::VideoPropertyPtr> CCamera::VideoProperty(const std::string& name) const
+{
+    const auto found =
+        std::find_if(video_properties_.begin(), video_properties_.end(), camera::videoprop::HasName(name));
+    if (found != video_properties_.end())
+        return *found;
+    base::Log(base::Severity::Warning, BOOST_CURRENT_FUNCTION, "Video property " + name + " not found");
+    return boost::none;
 }
 
 CPreprocessorNode& CCamera::Find(const std::string& name)

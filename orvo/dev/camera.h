@@ -13,6 +13,7 @@
 
 #include <array>
 #include <boost/function.hpp>
+#include <boost/optional.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
 #include <list>
@@ -28,15 +29,22 @@
 #include "dev/camera_models.h"
 #include "dev/camera_params.h"
 #include "dev/frame.h"
+#include "dev/lut_set.h"
 #include "dev/sensor.h"
 
 namespace dev {
+namespace camera {
+
+class VideoProperty;
+
+}  // namespace camera
 
 class ORVO_DEV_API CCamera : public CSensor
 {
 public:
     using Pair = std::pair<double, double>;
     using ImagePtr = boost::shared_ptr<const cimage::CImage>;
+    using VideoPropertyPtr = boost::shared_ptr<camera::VideoProperty>;
 
     /// Makes the root node, "Source". Throws boost::thread_resource_error when there is no mutex to be had.
     CCamera();
@@ -50,7 +58,10 @@ public:
     /// Loads the sensor's part, then the camera's keys, and lets On_RoIChanged know; a file of format 1.0 has its
     /// orientation converted last. Throws std::runtime_error for a missing "FB" or an unknown model,
     /// std::invalid_argument for an "FB" that describes no image, boost::bad_lexical_cast for a token that is no
-    /// number; what was read before stays, so load again. A bad "ROI" is a warning and gives the full frame.
+    /// number; what was read before stays, so load again. A bad "ROI", one that breaks the increments of
+    /// SetRoIIncrements included, is a warning and gives the full frame; where that breaks them, the largest region
+    /// from the top left pixel that does not; where there is none, the std::runtime_error of the region's check, with
+    /// the old region.
     void LoadParams(const kt::ini::INIFile& ini, hws::Version version);
     /// Saves the sensor's part, then the camera's keys. Measured values that the file already holds stay as they are;
     /// a default that LoadParams recorded in it counts as one. Region and distortion are never written: all on purpose.
@@ -61,6 +72,18 @@ public:
     /// Announces a region through On_RoIChanged and does nothing else: the camera's own region is the one that
     /// LoadParams resizes, on purpose.
     void SetRoI(const camera::CRoI& roi) { On_RoIChanged(roi); }
+    /// Moves the camera's own region, as a host does while a camera runs; call it on the thread that runs the tree,
+    /// between frames of the old region and of the new one. The increments stay the camera's; those of `roi` are not
+    /// looked at. The region's optical centre moves against it, so that it stays where it is on the sensor. Remakes the
+    /// working frames and calls On_RoIChanged; nodes behind the root see the new geometry with the next frame. As
+    /// SaveParams writes no region, saving the new one is the host's business, with the centre that belongs to it.
+    /// Throws, and changes nothing, std::invalid_argument for a region of another sensor, std::runtime_error for one
+    /// that its check refuses, std::logic_error before the first LoadParams.
+    void ChangeRoI(const camera::CRoI& roi);
+    /// The steps in which the device moves and sizes its region, see camera::CRoI::SetIncrements; they hold for every
+    /// region to come. Throws std::runtime_error, with the region as it was, when it breaks them (move it first) and
+    /// before the first LoadParams.
+    void SetRoIIncrements(unsigned int position_h, unsigned int position_v, unsigned int size_h, unsigned int size_v);
 
     const std::string& ImageFormat() const { return image_format_; }
     /// Pinhole until loaded. (Model() is the device's: the name that its vendor gave it.)
@@ -128,14 +151,34 @@ public:
 
     const ui::wgt::Widget& CameraPanel() const { return panel_; }
 
+    // Video properties, made by the camera's driver. They call into the driver: clear them before it goes. Nothing here
+    // clears them, On_ShutDown neither.
+
+    /// Appends a property, of whatever name; not null.
+    void AddVideoProperty(const VideoPropertyPtr& property) { video_properties_.push_back(property); }
+    void ClearVideoProperties() { video_properties_.clear(); }
+    /// In the order in which they were added.
+    const std::vector<VideoPropertyPtr>& VideoProperties() const { return video_properties_; }
+    /// The first property of that name, or none, with a warning.
+    boost::optional<VideoPropertyPtr> VideoProperty(const std::string& name) const;
+
+    // Lookup tables, see impl::LUTSet. LoadParams and SaveParams leave them to the host.
+
+    void LoadLUTs(const kt::ini::INIFile& ini, const kt::CVarReplacer& vars) { luts_.Load(ini, vars); }
+    void SaveLUTs(kt::ini::INIFile& ini, const boost::filesystem::path& dir) { luts_.Save(ini, dir); }
+    const impl::LUTSet::Map& LUTs() const { return luts_.LUTs(); }
+    LUTEntry LUT(const std::string& key) const { return luts_.LUT(key); }
+
 protected:
     /// The region changed: logs it, allocates a new source image of the camera's own region and hands it to the root,
-    /// which is initialised by the first one. `roi` is only printed, on purpose. Called by LoadParams and SetRoI on
-    /// their caller's thread, without the mutex; takes it. Throws std::logic_error before the first LoadParams.
+    /// which is initialised by the first one. `roi` is only printed, on purpose. Called by LoadParams, ChangeRoI and
+    /// SetRoI on their caller's thread, without the mutex; takes it. Throws std::logic_error before the first
+    /// LoadParams.
     virtual void On_RoIChanged(const camera::CRoI& roi);
 
 private:
     void LoadRegion(const kt::ini::INIFile& ini);
+    void RemakeImages();
     void LoadProjection(const kt::ini::INIFile& ini);
     void LoadFocalLength(const kt::ini::INIFile& ini, hws::Version version);
     camera::CPreprocessorNode& Find(const std::string& name);
@@ -163,6 +206,9 @@ private:
     Pair optical_center_{0.0, 0.0};
     Pair full_optical_center_{0.0, 0.0};
     Pair focal_length_{0.0, 0.0};
+
+    std::vector<VideoPropertyPtr> video_properties_;
+    impl::LUTSet luts_;
 
     std::list<std::string> sources_;
     boost::mutex mutex_;

@@ -55,6 +55,23 @@ std::string Text(const Angles& o)
            ", roll=" + base::StreamText(o.roll) + ")";
 }
 
+/// What the device demands of the old region holds for the new one.
+void GiveIncrements(const camera::CRoI& from, camera::CRoI* to)
+{
+    try {
+        to->SetIncrements(from.PositionIncrementH(), from.PositionIncrementV(), from.SizeIncrementH(),
+                          from.SizeIncrementV());
+    } catch (const std::runtime_error&) {
+        // A full frame that breaks them keeps them, and is not the region yet: the next resize is checked.
+    }
+}
+
+/// The largest multiple of `increment` that is not above `value`.
+unsigned int Down(unsigned int value, unsigned int increment)
+{
+    return increment == 0 ? 0 : value / increment * increment;
+}
+
 /// Measured values stay: a key that the file holds keeps its text.
 void SetIfMissing(kt::ini::INIFile& ini, const std::string& key, const std::string& value)
 {
@@ -72,9 +89,7 @@ void CCamera::LoadParams(const kt::ini::INIFile& ini, hws::Version version)
     LoadProjection(ini);
     LoadFocalLength(ini, version);
 
-    working_image_ = prototype_->New(roi_.Width(), roi_.Height());
-    for (TFrame<>& frame : frames_)
-        frame = FrameGenerator(working_image_);
+    RemakeImages();
     On_RoIChanged(roi_);
 
     // Last, so that the region change above still tells of the orientation as the file has it.
@@ -92,12 +107,16 @@ void CCamera::LoadRegion(const kt::ini::INIFile& ini)
     const std::string format = ini.Value<std::string>("FB");
     const boost::shared_ptr<const cimage::CImage> prototype = cimage::Build(format);
     camera::CRoI roi(prototype->Width(), prototype->Height());
+    GiveIncrements(roi_, &roi);
     const std::string whole = std::to_string(prototype->Width()) + ", " + std::to_string(prototype->Height());
     try {
         roi.Resize(ini.Value<std::string>("ROI", whole));
     } catch (const std::exception& error) {
         base::Log(base::Severity::Warning, BOOST_CURRENT_FUNCTION, error.what());
-        roi.Resize(whole);
+        // The full frame, but for what the increments forbid.
+        const unsigned int right = Down(prototype->Width(), roi.SizeIncrementH()) - 1;
+        const unsigned int bottom = Down(prototype->Height(), roi.SizeIncrementV()) - 1;
+        roi.Resize("0, 0, " + std::to_string(right) + ", " + std::to_string(bottom));
     }
     image_format_ = format;
     prototype_ = prototype;

@@ -255,6 +255,25 @@ TEST_F(Undistort, FollowsIntrinsicsThatChange)
     EXPECT_EQ(cv::norm(PixelsOf(*held), before, cv::NORM_INF), 0.0);
 }
 
+TEST_F(Undistort, FollowsARegionThatMoves)
+{
+    Keys keys = CameraKeys("RGB16 800x600", kMatrix, kBrownConrady);
+    keys.push_back({"ROI", "40 30 679 509"});
+    CTestCamera camera(keys);
+    for (const std::string& node : kChains[1].nodes)
+        camera.Add(node);
+    camera.Add("Undistort u " + kChains[1].end);
+    dev::camera::CRoI moved = camera.RoI();
+    moved.Resize("100 10 739 489");
+    const dev::camera::CRoI back = camera.RoI();
+    camera.ChangeRoI(moved);
+    camera.Feed(Positions());
+    ExpectPinhole(camera, kBrownConrady, kMatrix.Shifted(60, -20), kChains[1], 1.0);
+    camera.ChangeRoI(back);
+    camera.Feed(Positions());
+    ExpectPinhole(camera, kBrownConrady, kMatrix, kChains[1], 1.0);
+}
+
 TEST_F(Undistort, TakesTheLensOfAnotherCamera)
 {
     CTestCamera left(CameraKeys("RGB16 640x480", kMatrix, Keys{{"DISTORTION MODEL", "NO_DISTORTION"}}));

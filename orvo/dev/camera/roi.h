@@ -54,6 +54,12 @@ public:
     unsigned int Width() const;
     unsigned int Height() const;
 
+    // The steps, as SetIncrements took them.
+    unsigned int PositionIncrementH() const { return static_cast<unsigned int>(position_increment_h_); }
+    unsigned int PositionIncrementV() const { return static_cast<unsigned int>(position_increment_v_); }
+    unsigned int SizeIncrementH() const { return size_increment_h_; }
+    unsigned int SizeIncrementV() const { return size_increment_v_; }
+
 private:
     std::int32_t sensor_width_ = 0;
     std::int32_t sensor_height_ = 0;

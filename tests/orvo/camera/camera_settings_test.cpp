@@ -113,6 +113,33 @@ TEST_F(CameraSettings, BadRegionIsTheFullFrameWithAWarning)
     }
 }
 
+TEST_F(CameraSettings, IncrementsHoldForEveryRegionThatIsLoaded)
+{
+    Load({{"FB", "Mono8 64x48"}, {"ROI", "4 4 19 11"}});
+    camera.SetRoIIncrements(4, 2, 16, 8);
+    EXPECT_THROW(camera.SetRoIIncrements(8, 2, 16, 8), std::runtime_error);
+    const struct
+    {
+        const char *format, *roi, *rectangle, *warning;
+    } rows[] = {
+        {"Mono8 64x48", "8 2 23 9", "(8, 2, 23, 9)", ""},
+        {"Mono8 64x48", "6 2 21 9", "(0, 0, 63, 47)", "multiple of 4 h, 2 v  for position and 16 h, 8 v  for size"},
+        {"Mono8 70x50", "16 8", "(0, 0, 63, 47)", "Wrong RoI geometry is: (27, 21, 42, 28) (16, 8)"},
+        {"Mono8 70x50", "70 50", "(0, 0, 63, 47)", "Wrong RoI geometry is: (0, 0, 69, 49) (70, 50)"},
+        {"Mono8 64x48", "64 48", "(0, 0, 63, 47)", ""},
+    };
+    for (const auto& row : rows) {
+        console.Take();
+        Load({{"FB", row.format}, {"ROI", row.roi}});
+        EXPECT_EQ(camera.RoI().StrRect(), row.rectangle) << row.format << ", " << row.roi;
+        const std::string log = console.Take();
+        EXPECT_THAT(log, HasSubstr(row.warning));
+        EXPECT_EQ(log.find("[WW] ::CCamera") == std::string::npos, *row.warning == '\0') << log;
+    }
+    EXPECT_THROW(Load({{"FB", "Mono8 15x48"}}), std::runtime_error) << "nothing of it is allowed";
+    EXPECT_EQ(camera.RoI().StrSensor(), "64x48");
+}
+
 TEST_F(CameraSettings, FaultsThatEndALoad)
 {
     const auto failure = [this](const Keys& keys) -> std::string {

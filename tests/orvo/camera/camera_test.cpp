@@ -157,6 +157,52 @@ TEST_F(Camera, OpticalCentreCountsFromTheRegion)
     EXPECT_EQ(camera.FullOpticalCenter(), dev::CCamera::Pair(100.5 + 4294967294.0, 50));
 }
 
+dev::camera::CRoI RegionOf(unsigned int width, unsigned int height, const char* geometry)
+{
+    dev::camera::CRoI roi(width, height);
+    roi.Resize(geometry);
+    return roi;
+}
+
+TEST_F(Camera, ARegionThatMovesLeavesTheOpticalCentreOnTheSensor)
+{
+    using dev::CCamera;
+    Load({{"FB", "Mono8 640x480"}, {"ROI", "160 120 479 359"}, {"OPTICAL CENTER", "100.5 50"}});
+    camera.SetRoIIncrements(4, 4, 2, 2);
+    EXPECT_EQ(camera.FullOpticalCenter(), CCamera::Pair(100.5, 50)) << "as the file has it, until the region moves";
+    const struct
+    {
+        const char* geometry;
+        CCamera::Pair center;
+        unsigned int width;
+    } rows[] = {
+        {"200 100 519 339", {60.5, 70}, 320},
+        {"0 0 639 479", {260.5, 170}, 640},
+        {"400 300 499 399", {-139.5, -130}, 100},
+        {"160 120 479 359", {100.5, 50}, 320},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.geometry);
+        console.Take();
+        camera.ChangeRoI(RegionOf(640, 480, row.geometry));
+        EXPECT_EQ(camera.RoI(), RegionOf(640, 480, row.geometry));
+        EXPECT_EQ(camera.OpticalCenter(), row.center);
+        EXPECT_EQ(camera.FullOpticalCenter(), CCamera::Pair(260.5, 170));
+        EXPECT_EQ(camera.Params().S[0], row.width);
+        EXPECT_EQ(camera.WorkingFrames()[3].image->Width(), row.width);
+        EXPECT_EQ(camera.Preprocess_Find("Source")->Wnd("").ViewWidth(), row.width);
+        EXPECT_THAT(console.Take(), HasSubstr("O: (" + dev::to_string(row.center.first, row.center.second) + ")"));
+    }
+
+    EXPECT_THROW(camera.ChangeRoI(RegionOf(640, 481, "0 0 639 479")), std::invalid_argument);
+    for (const char* broken : {"2 0 321 99", "0 0 318 99"}) {
+        EXPECT_THROW(camera.ChangeRoI(RegionOf(640, 480, broken)), std::runtime_error) << broken;
+    }
+    EXPECT_EQ(camera.RoI().StrRect(), "(160, 120, 479, 359)");
+    EXPECT_EQ(camera.OpticalCenter(), CCamera::Pair(100.5, 50));
+    EXPECT_EQ(console.Take(), "");
+}
+
 // What is legal, what is refused and what stops the process in a camera's life.
 TEST_F(Camera, StatesAndOperations)
 {
@@ -173,6 +219,7 @@ TEST_F(Camera, StatesAndOperations)
         {[](dev::CCamera& c) { c.RecOutFrame(); }, false, true},
         {[](dev::CCamera& c) { c.CollectSources(); }, false, true},
         {[](dev::CCamera& c) { c.SetRoI(dev::camera::CRoI(8, 8)); }, true, false},
+        {[](dev::CCamera& c) { c.ChangeRoI(dev::camera::CRoI(64, 48)); }, true, false},
         {[this](dev::CCamera&) { Save({}); }, true, false},
         {[&](dev::CCamera& c) { c.LoadParams(ini, Version::V1_1); }, false, false},
         {[](dev::CCamera& c) { c.On_Initialization(); }, false, false},
