@@ -1,28 +1,48 @@
 // What a capture driver is to a host: a shared object with one entry point that opens sources of frames.
 //
 // A rig names a source as "SCHEME:LOCATION", for instance "images:left*.jpg"; the host loads SCHEME.so from its folder
-// of drivers, calls its orvo_capture_driver_1() and lets the driver check the location or open it.
+// of drivers, calls its orvo_capture_driver_2() and lets the driver check the location or open it.
 #ifndef CAPTURE_SOURCE_H
 #define CAPTURE_SOURCE_H
 
 #include <boost/config.hpp>
+#include <boost/optional.hpp>
+#include <boost/shared_ptr.hpp>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "dev/camera/roi.h"
 #include "dev/frame.h"
 #include "orvo_inifiles/inifile.h"
 
+namespace dev {
+namespace camera {
+
+class VideoProperty;
+
+}  // namespace camera
+}  // namespace dev
+
 namespace capture {
+
+/// One sentence for whoever watches a run or reads its events: "the camera is gone", "Exposure.Time: asked 10 us, the
+/// camera took 12 us".
+using Tell = std::function<void(const std::string& sentence)>;
 
 /// What a source is asked for. The references are valid during the call alone.
 struct TRequest
 {
     std::string location;              ///< behind the scheme, variables expanded
     std::string folder;                ///< of the rig file, absolute: what a relative path in the location counts from
-    const kt::ini::INIFile& settings;  ///< the camera's section, for the driver's own keys; read only
-    std::string format;                ///< the camera's "FB", "<pixel format> <width>x<height>"
+    const kt::ini::INIFile& settings;  ///< the camera's section: "ROI", identity, the driver's own keys; read only
+    std::string format;                ///< the camera's "FB", "<pixel format> <width>x<height>", of the whole sensor
+    /// Where a source tells what happens beside frames, while it is open; safe on any thread. A copy may be kept as
+    /// long as the source is there. Empty: nobody listens.
+    Tell tell = {};
 };
 
 /// Something wrong with a key of the request, told the way the host tells its own.
@@ -48,12 +68,30 @@ public:
 
     /// Frames that the source knows were lost before it had them, by the reason's name ("incomplete", "underrun").
     virtual void Lost(const std::string& reason, std::uint64_t count) = 0;
+
+    /// The stream broke off, so that nobody knows how many frames were lost; `reason` is a name ("camera gone"). The
+    /// source goes on.
+    virtual void Interrupted(const std::string& reason) = 0;
+
+    /// What the source counts beside frames, by name ("missing packets", "resent packets"): shown, and no loss.
+    virtual void Count(const std::string& name, std::uint64_t count) = 0;
+};
+
+/// Who a device says it is. What it does not say is empty.
+struct TIdentity
+{
+    std::string vendor;
+    std::string model;
+    std::string serial;
+    std::string interface;  ///< "GigE Vision", "USB3 Vision", "V4L2", …
 };
 
 /// One open source of frames.
 class CSource
 {
 public:
+    using VideoProperties = std::vector<boost::shared_ptr<dev::camera::VideoProperty>>;
+
     virtual ~CSource() = default;
 
     /// Delivers frames until the source ends or Stop() is called; runs on a thread of the host's. Frames carry the
@@ -63,8 +101,38 @@ public:
     /// std::runtime_error when the source fails; what was delivered stays delivered.
     virtual void Run(CSink& sink) = 0;
 
-    /// Makes Run() return soon, from any thread, before, during or after it.
+    /// Makes Run() return soon, from any thread, before, during or after it. A source that was stopped is done with:
+    /// to start again, another one is opened once this one is gone.
     virtual void Stop() = 0;
+
+    virtual TIdentity Identity() const { return {}; }
+
+    /// What can be adjusted, in an order of the driver's, the same objects at each call. Names of properties hold no
+    /// dot. Attributes are read and set on any thread, one at a time, before and during Run() and as long as the source
+    /// is there. A setter throws std::runtime_error, "found …, wanted …", for what the device refuses, and tells when
+    /// the device took another value than it was asked for; the getter gives what the device took. The source calls
+    /// Update() of an attribute whose value changed, on the thread where it noticed.
+    virtual VideoProperties Properties() { return {}; }
+
+    /// The region that the device itself cuts out of its sensor, with the increments in which it can be moved and
+    /// sized; none for a source that delivers whole pictures, out of which the host cuts. Opening has set it from
+    /// "ROI", or told what the device took instead. Any thread.
+    virtual boost::optional<dev::camera::CRoI> Region() const { return boost::none; }
+
+    /// Moves the region, and returns the one that the device took. Any thread but the one of Run(), before and during
+    /// it; once it has returned, every frame that is delivered shows the new region. Throws std::runtime_error, with
+    /// the region as it was, for one that the device cannot have.
+    virtual dev::camera::CRoI SetRegion(const dev::camera::CRoI&)
+    {
+        throw std::runtime_error("found a source that delivers whole pictures, wanted one that cuts a region itself");
+    }
+};
+
+/// What there is to know of a source that has not been opened yet.
+struct TDescription
+{
+    TIdentity identity;
+    std::string format;  ///< an "FB" with which it can be opened
 };
 
 /// One kind of source. The object lives as long as the shared object is loaded; calls come on one thread at a time.
@@ -82,11 +150,22 @@ public:
 
     /// Throws std::runtime_error saying what was found and what was wanted.
     virtual std::unique_ptr<CSource> Open(const TRequest& request) const = 0;
+
+    /// The locations of the devices that answer now, in a fixed order; none for a driver whose sources are files. May
+    /// take a second. Throws std::runtime_error when it cannot look.
+    virtual std::vector<std::string> Locations() const { return {}; }
+
+    /// Looks at a source as it is now, without changing it; the format of the request is not looked at. Throws
+    /// std::runtime_error as Open() does, or when the driver has no such ability.
+    virtual TDescription Describe(const TRequest&) const
+    {
+        throw std::runtime_error("found a driver that cannot describe its sources, wanted one that can");
+    }
 };
 
 }  // namespace capture
 
 /// The entry point: the driver of this shared object, owned by it. The name carries the version of this header.
-extern "C" BOOST_SYMBOL_EXPORT capture::CDriver* orvo_capture_driver_1();
+extern "C" BOOST_SYMBOL_EXPORT capture::CDriver* orvo_capture_driver_2();
 
 #endif

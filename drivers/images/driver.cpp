@@ -20,7 +20,7 @@ namespace {
 CImagesSource::DecodeFunction LoadDecoder()
 {
     Dl_info self;
-    if (::dladdr(reinterpret_cast<void*>(&orvo_capture_driver_1), &self) == 0)
+    if (::dladdr(reinterpret_cast<void*>(&orvo_capture_driver_2), &self) == 0)
         throw std::runtime_error("images: found no path of the driver itself, wanted it to find its decoder");
     const boost::filesystem::path path =
         boost::filesystem::path(self.dli_fname).parent_path() / "support" / "images_decoder.so";
@@ -57,13 +57,22 @@ public:
         capture::ThrowFaults(faults);
         return std::unique_ptr<capture::CSource>(new CImagesSource(plan, request.format, LoadDecoder()));
     }
+
+    /// As the first picture is.
+    capture::TDescription Describe(const capture::TRequest& request) const override
+    {
+        std::vector<capture::TFault> faults;
+        const TPlan plan = ReadPlan(request, &faults);
+        capture::ThrowFaults(faults);
+        return {{}, FormatOf(plan.files.front(), LoadDecoder())};
+    }
 };
 
 }  // namespace
 
 }  // namespace images
 
-capture::CDriver* orvo_capture_driver_1()
+capture::CDriver* orvo_capture_driver_2()
 {
     static images::CImagesDriver driver;
     return &driver;

@@ -64,6 +64,13 @@ private:
     const int descriptor_;
 };
 
+void ReadAll(const std::string& file, std::vector<unsigned char>* bytes)
+{
+    const CFile input(file);
+    bytes->resize(input.Size());
+    input.Read(bytes->data(), bytes->size());
+}
+
 bool BeginsWith(const std::string& text, const std::string& begin)
 {
     return text.compare(0, begin.size(), begin) == 0;
@@ -149,11 +156,7 @@ void CImagesSource::ReadRaw(const std::string& file, cimage::CImage* image) cons
 
 void CImagesSource::ReadPicture(const std::string& file, cimage::CImage* image)
 {
-    {
-        const CFile input(file);
-        bytes_.resize(input.Size());
-        input.Read(bytes_.data(), bytes_.size());
-    }
+    ReadAll(file, &bytes_);
     TPixels pixels = shape_;
     pixels.data = image->Data();
     switch (decode_(bytes_.data(), bytes_.size(), &pixels)) {
@@ -212,6 +215,20 @@ bool CImagesSource::WaitForTurn()
     }
     turn_ += std::chrono::duration_cast<steady_clock::duration>(std::chrono::duration<double>(1.0 / plan_.fps));
     return true;
+}
+
+std::string FormatOf(const std::string& file, CImagesSource::DecodeFunction decode)
+{
+    if (IsRaw(file))
+        throw std::runtime_error(file + ": found bare pixels, wanted a picture that tells its size and format");
+    std::vector<unsigned char> bytes;
+    ReadAll(file, &bytes);
+    TPixels pixels{nullptr, 0, 0, 0, 8, true};  // no picture has this shape, so the decoder tells which it has
+    if (decode(bytes.data(), bytes.size(), &pixels) != other_shape)
+        throw std::runtime_error(file + ": found no whole picture that can be decoded, wanted one");
+    if (pixels.channels != 1 && pixels.channels != 3)
+        throw std::runtime_error(file + ": found " + Describe(pixels) + ", wanted a grey or colour picture");
+    return Describe(pixels);
 }
 
 }  // namespace images

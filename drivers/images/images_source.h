@@ -54,6 +54,10 @@ private:
     bool stopped_ = false;
 };
 
+/// "Mono8 640x480" of a picture file, with which an images source can be opened. Throws std::runtime_error for bare
+/// pixels, which do not tell, for what is no picture, and for one that fits no format of such a source.
+std::string FormatOf(const std::string& file, CImagesSource::DecodeFunction decode);
+
 }  // namespace images
 
 #endif

@@ -95,7 +95,7 @@ void CheckFormat(const TPlan& plan, const cimage::CImage& full)
 
 }  // namespace
 
-TPlan ReadPlan(const capture::TRequest& request, std::vector<capture::TFault>* faults)
+TPlan ReadPlan(const capture::TRequest& request, bool with_format, std::vector<capture::TFault>* faults)
 {
     TPlan plan;
     ReadKeys(request.settings, &plan, faults);
@@ -105,7 +105,8 @@ TPlan ReadPlan(const capture::TRequest& request, std::vector<capture::TFault>* f
     try {
         plan.recording = rec::Open(file);
         FindTrack(named, track, &plan);
-        CheckFormat(plan, *cimage::Build(request.format));
+        if (with_format)
+            CheckFormat(plan, *cimage::Build(request.format));
     } catch (const std::runtime_error& error) {
         faults->push_back(ToFault(error));
     } catch (const std::invalid_argument& error) {

@@ -27,9 +27,9 @@ struct TPlan
     std::uint64_t passes = 1;  ///< 0 without end
 };
 
-/// Reads the request, and the index of the recording, but no frames. Adds whatever is wrong to `faults`; without any,
-/// the plan is whole.
-TPlan ReadPlan(const capture::TRequest& request, std::vector<capture::TFault>* faults);
+/// Reads the request, with or without its format, and the index of the recording, but no frames. Adds whatever is wrong
+/// to `faults`; without any, the plan is whole.
+TPlan ReadPlan(const capture::TRequest& request, bool with_format, std::vector<capture::TFault>* faults);
 
 /// True when an image of that kind may come from a camera whose images are `full`: all of them, or a region.
 bool Fits(const cimage::TPixelFormat& format, unsigned int width, unsigned int height, const cimage::CImage& full);

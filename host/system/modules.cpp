@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* driver_entry = "orvo_capture_driver_1";  // as capture/source.h declares it
+constexpr const char* driver_entry = "orvo_capture_driver_2";  // as capture/source.h declares it
 
 std::vector<fs::path> StandardFolders()
 {
@@ -90,7 +90,7 @@ capture::CDriver& CModules::Driver(const std::string& scheme)
     if (file == files.end())
         throw no_such_module(fmt::format("there is no driver \"{}\" in {}", scheme, Folders("drivers")));
     void* const handle = LoadForGood(file->second);
-    const auto entry = reinterpret_cast<decltype(&orvo_capture_driver_1)>(dlsym(handle, driver_entry));
+    const auto entry = reinterpret_cast<decltype(&orvo_capture_driver_2)>(dlsym(handle, driver_entry));
     if (entry == nullptr)
         throw std::runtime_error(
             fmt::format("{} is no capture driver: it has no {}()", file->second.string(), driver_entry));

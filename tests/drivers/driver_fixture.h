@@ -58,7 +58,7 @@ inline const capture::CDriver& LoadDriver(const std::string& name)
     void* const library = ::dlopen((ORVO_DRIVERS_DIR "/" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr)
         throw std::runtime_error(::dlerror());
-    return *reinterpret_cast<decltype(&orvo_capture_driver_1)>(::dlsym(library, "orvo_capture_driver_1"))();
+    return *reinterpret_cast<decltype(&orvo_capture_driver_2)>(::dlsym(library, "orvo_capture_driver_2"))();
 }
 
 using Keys = std::vector<std::pair<std::string, std::string>>;
@@ -90,9 +90,13 @@ public:
         return on_frame(frame);
     }
     void Lost(const std::string& reason, std::uint64_t count) override { lost[reason] += count; }
+    void Interrupted(const std::string& reason) override { ++interruptions[reason]; }
+    void Count(const std::string& name, std::uint64_t count) override { counted[name] += count; }
 
     std::vector<dev::TFrame<>> frames;
     std::map<std::string, std::uint64_t> lost;
+    std::map<std::string, std::uint64_t> interruptions;
+    std::map<std::string, std::uint64_t> counted;
     std::size_t offered = 0;  ///< how many of them came without waiting for the host
 };
 

@@ -29,7 +29,7 @@ TEST_F(ModulesTest, NamesTheFileThatIsNoModule)
 {
     host::CModules bad({BAD_MODULES});
     EXPECT_THAT(MessageOf([&] { bad.Driver("empty"); }),
-                HasSubstr("bad_modules/drivers/empty.so is no capture driver: it has no orvo_capture_driver_1()"));
+                HasSubstr("bad_modules/drivers/empty.so is no capture driver: it has no orvo_capture_driver_2()"));
     for (int time = 0; time < 2; ++time)  // a second time, too
         EXPECT_THAT(MessageOf([&] { bad.NeedOperation("Empty"); }),
                     HasSubstr("bad_modules/plugins/Empty.so registers no new operation"));
