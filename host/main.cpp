@@ -1,5 +1,7 @@
 // The program orvo: reads the command line, runs one command, makes the exit code. Results go to standard output, talk
 // to standard error.
+#include <fcntl.h>
+#include <unistd.h>
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <csignal>
@@ -7,11 +9,13 @@
 
 #include "base/number_text.h"
 #include "commands/check.h"
+#include "commands/devices.h"
 #include "commands/export.h"
 #include "commands/info.h"
 #include "commands/plugins.h"
 #include "commands/replay.h"
 #include "commands/run.h"
+#include "commands/save.h"
 #include "commands/show.h"
 #include "commands/verify.h"
 #include "system/console.h"
@@ -68,6 +72,21 @@ void AddPlugins(CLI::App& app, Command& chosen)
     command->add_flag("--json", options->json, "Write the list as JSON");
     command->callback(
         [&chosen, options] { chosen = [options](auto& console) { return host::Plugins(*options, console); }; });
+}
+
+void AddDevices(CLI::App& app, Command& chosen)
+{
+    auto* const command = app.add_subcommand("devices", "List the devices that answer, or describe or test a source");
+    const auto options = std::make_shared<host::TDevicesOptions>();
+    command->add_option("SOURCE", options->source, "Describe this one alone: SCHEME:LOCATION, as in a rig file");
+    auto* const test = command->add_flag("--test", options->test, "Open the source and check that it behaves");
+    auto* const rig = command->add_option("--rig", options->rig, "Test with the settings of a camera of this rig file")
+                          ->check(CLI::ExistingFile)
+                          ->needs(test);
+    rig->needs(command->add_option("--camera", options->camera, "The camera")->type_name("NAME")->needs(rig));
+    command->add_flag("--json", options->json, "Write the list or the verdicts as JSON");
+    command->callback(
+        [&chosen, options] { chosen = [options](auto& console) { return host::Devices(*options, console); }; });
 }
 
 /// What is wrong with a number of seconds, or nothing. A year is the limit: what is longer is none, and would not fit
@@ -155,6 +174,9 @@ void AddRunOptions(CLI::App& command, host::TRunOptions& options)
     command.add_option("--trace", options.trace, "Write what ran when to FILE, as JSON for a trace viewer")
         ->type_name("FILE")
         ->check(CLI::Validator(PathFault, {}));
+    command.add_flag(
+        "--tune", options.tune,
+        "Read lines \"CAMERA NAME = VALUE\" while it runs: settings, ROI; CAMERA alone tells what there is");
     command.add_flag("--json", options.json, "Write the report as JSON");
 }
 
@@ -164,8 +186,20 @@ void AddRun(CLI::App& app, Command& chosen)
     const auto options = std::make_shared<host::TRunOptions>();
     AddRig(*command, options->rig);
     AddRunOptions(*command, *options);
+    command->add_flag("--save", options->save, "Keep the cameras' settings in the rig file when the run is over");
     command->callback(
         [&chosen, options] { chosen = [options](auto& console) { return host::Run(*options, console); }; });
+}
+
+void AddSave(CLI::App& app, Command& chosen)
+{
+    auto* const command = app.add_subcommand("save", "Keep the settings that the cameras have now in the rig file");
+    const auto options = std::make_shared<host::TSaveOptions>();
+    AddRig(*command, options->rig);
+    AddCameras(*command, options->cameras, "Of these alone: names, separated by commas");
+    command->add_flag("--json", options->json, "Write what changed as JSON");
+    command->callback(
+        [&chosen, options] { chosen = [options](auto& console) { return host::Save(*options, console); }; });
 }
 
 void AddInfo(CLI::App& app, Command& chosen)
@@ -258,11 +292,13 @@ int Main(int argc, char** argv)
     AddRun(app, chosen);
     AddCheck(app, chosen);
     AddShow(app, chosen);
+    AddSave(app, chosen);
     AddInfo(app, chosen);
     AddVerify(app, chosen);
     AddReplay(app, chosen);
     AddExport(app, chosen);
     AddPlugins(app, chosen);
+    AddDevices(app, chosen);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -272,6 +308,9 @@ int Main(int argc, char** argv)
     // A reader that goes away, or a file that may not grow, is an error of one write, not the end of a running rig.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGTTIN, SIG_IGN);  // nor is a terminal that cannot be read from the background
+    if (fcntl(STDIN_FILENO, F_GETFD) == -1)
+        open("/dev/null", O_RDONLY);  // or the next file, a recording perhaps, would be read as standard input
     host::CConsole console(verbose);
     try {
         return chosen(console);

@@ -6,7 +6,6 @@
 
 #include "rig/fault.h"
 #include "rig/nearest.h"
-#include "system/console.h"
 
 namespace host {
 
@@ -19,18 +18,17 @@ bool IsAmong(const std::string& name, const std::vector<std::string>& names)
 
 }  // namespace
 
-bool AllAreCameras(const std::vector<std::string>& chosen, const std::vector<std::string>& names, CConsole& console)
+std::vector<std::string> UnknownCameras(const std::vector<std::string>& chosen, const std::vector<std::string>& names)
 {
-    bool all = true;
+    std::vector<std::string> sentences;
     for (const std::string& name : chosen) {
         if (IsAmong(name, names))
             continue;
         const std::string nearest = Nearest(name, names);
-        console.Say(fmt::format("--cameras: found {}, wanted one of {}{}", Quoted(name), fmt::join(names, ", "),
-                                nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
-        all = false;
+        sentences.push_back(fmt::format("--cameras: found {}, wanted one of {}{}", Quoted(name), fmt::join(names, ", "),
+                                        nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
     }
-    return all;
+    return sentences;
 }
 
 std::vector<std::string> Chosen(const std::vector<std::string>& chosen, const std::vector<std::string>& names)

@@ -7,10 +7,8 @@
 
 namespace host {
 
-class CConsole;
-
-/// Tells of chosen names that are not among `names`; true when there is none.
-bool AllAreCameras(const std::vector<std::string>& chosen, const std::vector<std::string>& names, CConsole& console);
+/// A sentence for each chosen name that is not among `names`.
+std::vector<std::string> UnknownCameras(const std::vector<std::string>& chosen, const std::vector<std::string>& names);
 
 /// Of `names` those that are chosen, each once, in the order of `names`; all of them when none is.
 std::vector<std::string> Chosen(const std::vector<std::string>& chosen, const std::vector<std::string>& names);

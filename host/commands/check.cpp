@@ -2,9 +2,9 @@
 
 #include <fmt/format.h>
 
+#include "commands/fault_json.h"
 #include "rig/check.h"
 #include "system/console.h"
-#include "system/json_text.h"
 #include "system/modules.h"
 
 namespace host {
@@ -21,16 +21,7 @@ std::string Lines(const std::string& file, const TCheck& check)
 
 std::string AsJson(const std::string& file, const TCheck& check)
 {
-    Json faults = Json::array();
-    for (const TFault& fault : check.faults)
-        faults.push_back({{"file", file},
-                          {"line", fault.line},
-                          {"section", fault.section},
-                          {"key", fault.key},
-                          {"found", fault.found},
-                          {"wanted", fault.wanted},
-                          {"suggestion", fault.suggestion}});
-    return JsonText({{"rig", file}, {"faults", faults}, {"notes", check.notes}});
+    return JsonText({{"rig", file}, {"faults", FaultsAsJson(file, check.faults)}, {"notes", check.notes}});
 }
 
 std::string Plural(std::size_t count, const std::string& noun)

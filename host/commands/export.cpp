@@ -408,7 +408,10 @@ ExitCode Export(const TExportOptions& options, CConsole& console)
     }
     if (names.empty())
         throw std::runtime_error(fmt::format("{}: found no frames, wanted some to export", options.path.string()));
-    if (!AllAreCameras(options.cameras, names, console))
+    const auto unknown = UnknownCameras(options.cameras, names);
+    for (const std::string& text : unknown)
+        console.Say(text);
+    if (!unknown.empty())
         return BadArguments;
     if (options.compress == "zstd" && options.to != "kta") {
         console.Say(fmt::format("--compress: found zstd, wanted none or png for --to {}", options.to));

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "commands/camera_names.h"
+#include "commands/fault_list.h"
 #include "record/contents.h"
 #include "rig/rig.h"
 #include "system/console.h"
@@ -40,39 +41,53 @@ std::vector<std::string> CamerasWithTrack(const fs::path& rig, const std::vector
     return found;
 }
 
-}  // namespace
-
-ExitCode Replay(TReplayOptions options, CConsole& console)
+/// Puts the recording in the place of the rig's sources; anything but Done when that cannot be.
+ExitCode Prepare(const fs::path& path, const std::string& rate, TRunOptions& run, CFaultList& faults, CConsole& console)
 {
-    const TContents contents = FindContents(options.path);
+    const TContents contents = FindContents(path);
     if (contents.frames.empty())
-        throw std::runtime_error(fmt::format("{}: found no frames, wanted a recording", options.path.string()));
-    TRunOptions& run = options.run;
+        throw std::runtime_error(fmt::format("{}: found no frames, wanted a recording", path.string()));
     if (run.rig.empty())
         run.rig = contents.rig;
     if (run.rig.empty()) {
-        console.Say(fmt::format("{}: found no folder with a {}, wanted one, or a rig as second argument",
-                                NameOf(options.path), rec::rig_file));
+        faults.Add(fmt::format("{}: found no folder with a {}, wanted one, or a rig as second argument", NameOf(path),
+                               rec::rig_file));
         return BadArguments;
     }
 
     const auto recording = OpenQuietly(contents.frames);
     const auto recorded = CamerasWithTrack(run.rig, recording->Tracks(), console);
     if (recorded.empty()) {
-        console.Say(
-            fmt::format("{}: found no camera of {}, wanted one to run", NameOf(options.path), run.rig.string()));
+        faults.Add(fmt::format("{}: found no camera of {}, wanted one to run", NameOf(path), run.rig.string()));
         return Failed;
     }
-    if (!AllAreCameras(run.cameras, recorded, console))
+    const auto unknown = UnknownCameras(run.cameras, recorded);
+    for (const std::string& text : unknown)
+        faults.Add(text);
+    if (!unknown.empty())
         return BadArguments;
     run.cameras = Chosen(run.cameras, recorded);
     const std::string archive = fs::absolute(contents.frames).string();
     for (const std::string& camera : run.cameras) {
         run.overrides.push_back({camera, "SOURCE", fmt::format("replay:{}#{}", archive, camera)});
-        run.overrides.push_back({camera, "REPLAY RATE", options.rate});
+        run.overrides.push_back({camera, "REPLAY RATE", rate});
         run.overrides.push_back({camera, "LOOP", "FALSE"});  // of the recorded source, perhaps
     }
-    return Run(run, console);
+    return Done;
+}
+
+}  // namespace
+
+ExitCode Replay(TReplayOptions options, CConsole& console)
+{
+    CFaultList faults(options.run.rig.string(), options.run.json, console);
+    return faults.Guard([&] {
+        const ExitCode code = Prepare(options.path, options.rate, options.run, faults, console);
+        if (code != Done)
+            return code;
+        faults.Begin();  // the run's result, or its faults
+        return Run(options.run, console);
+    });
 }
 
 }  // namespace host

@@ -25,6 +25,8 @@ struct TRunOptions
     bool profile = false;              ///< tell how long cameras and nodes took
     std::filesystem::path trace;       ///< file for a trace of the run; empty: none
     TRecordOptions record;
+    bool tune = false;  ///< by lines on standard input
+    bool save = false;  ///< keep the cameras' settings in the rig file when the run is over
     bool json = false;
     std::vector<TOverride> overrides;  ///< of the rig
     bool digests = false;              ///< of the output nodes' pictures: the result, with the report as talk
@@ -32,8 +34,9 @@ struct TRunOptions
 
 /// BadArguments for a camera that the rig does not have or that cannot be recorded as asked, Failed for a rig with
 /// faults, a source that cannot be opened or fails, a folder that cannot be made, or that holds a recording already;
-/// else as CodeOf says of the run's report, or DataLost for a trace that lacks its end. Throws std::runtime_error when
-/// the trace cannot be begun.
+/// else as CodeOf says of the run's report, DataLost for a trace that lacks its end, or Failed for settings that could
+/// not be kept. Settings that a camera refuses are told, and it runs. Throws std::runtime_error when the trace cannot
+/// be begun.
 ExitCode Run(const TRunOptions& options, CConsole& console);
 
 }  // namespace host

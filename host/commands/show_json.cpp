@@ -34,7 +34,14 @@ Json AsJson(const TCameraDescription& camera)
                  {"source", camera.source},
                  {"tree", AsJson(camera.tree)},
                  {"output", camera.output},
-                 {"record", camera.record}};
+                 {"record", camera.record},
+                 {"record_compression", camera.compression},
+                 {"luts", Json::array()}};
+    for (const TLut& lut : camera.luts)
+        json["luts"].push_back({{"key", lut.key},
+                                {"reference", lut.reference},
+                                {"file", lut.file.string()},
+                                {"bytes", lut.size ? Json(*lut.size) : Json()}});
     if (camera.field_of_view)
         json["field_of_view_deg"] = {{"horizontal", camera.field_of_view->horizontal_deg},
                                      {"vertical", camera.field_of_view->vertical_deg},

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "commands/show.h"
+#include "system/quantities.h"
 
 namespace host {
 
@@ -84,6 +85,10 @@ std::string CameraText(const TCameraDescription& camera)
     else
         text += Line("field of view", "unknown: not calibrated, or no formula for the model");
     text += Line("source", camera.source.empty() ? "not given" : camera.source);
+    for (const TLut& lut : camera.luts)
+        text += Line("lookup table", fmt::format("{}: {} ({}, {})", lut.key, lut.reference, lut.file.string(),
+                                                 lut.size ? Plural(*lut.size, "byte") : "missing"));
+    text += Line("compression", camera.compression + ", when recorded");
     text += Line("tree", camera.tree.name + Marks(camera, camera.tree.name));
     AppendChildren(camera, camera.tree, std::string(18, ' '), text);
     return text;

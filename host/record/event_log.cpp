@@ -12,6 +12,7 @@
 #include "orvo_data/event.h"
 #include "orvo_ui/panel_manager.h"
 #include "orvo_ui/variable.h"
+#include "video/attributes.h"
 
 namespace host {
 
@@ -19,17 +20,26 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+/// None for one that cannot be read; "?" with the reason when reading it failed, since whoever changed it cannot help
+/// it.
+std::optional<std::string> ReadValue(long id)
+{
+    const auto variable = ui::PanelManagerInstance().Variable(id);
+    if (!variable || !variable->HasValue())
+        return std::nullopt;
+    try {
+        return ValueOf(*variable);
+    } catch (const std::exception& error) {
+        return fmt::format("? ({})", error.what());
+    }
+}
+
 /// `17 "Exposure" = 20`: the number tells apart what bears the same label.
 std::string ParameterText(long id)
 {
-    const auto& manager = ui::PanelManagerInstance();
-    const auto widget = manager.Widget(id);
+    const auto widget = ui::PanelManagerInstance().Widget(id);
     const std::string label = widget.IsNull() ? std::string() : widget.Attr("label");
-    std::string value;
-    const auto variable = manager.Variable(id);
-    if (variable && variable->HasValue())
-        variable->Get(value, ui::detail::Access_Label);
-    return fmt::format("{}{} = {}", id, label.empty() ? "" : " \"" + label + "\"", value);
+    return fmt::format("{}{} = {}", id, label.empty() ? "" : " \"" + label + "\"", ReadValue(id).value_or(""));
 }
 
 }  // namespace
@@ -37,6 +47,9 @@ std::string ParameterText(long id)
 class CEventLog::CWaiting
 {
 public:
+    explicit CWaiting(Names named) : names(std::move(named)) {}
+
+    const Names names;
     const boost::posix_time::ptime start_utc = boost::posix_time::microsec_clock::universal_time();
 
     void Note(const std::string& id, std::string text)
@@ -48,6 +61,22 @@ public:
             events_.push_back(Event(id, text));
         else
             ++left_out_;
+    }
+
+    void NoteChange(long id)
+    {
+        const auto name = names.find(id);
+        if (name == names.end())
+            return Note("parameter", ParameterText(id));
+        const std::optional<std::string> value = ReadValue(id);
+        if (!value)
+            return;
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            if (std::exchange(values_[id], value) == value)
+                return;
+        }
+        Note("video", name->second + " = " + *value);
     }
 
     std::vector<data::CEvent> Take()
@@ -70,17 +99,12 @@ private:
     std::mutex mutex_;
     std::vector<data::CEvent> events_;
     std::uint64_t left_out_ = 0;
+    std::map<long, std::optional<std::string>> values_;  ///< as noted last, of variables with names
 };
 
-CEventLog::CEventLog()
-    : waiting_(std::make_shared<CWaiting>()),
-      observer_(ui::PanelManagerInstance().Connect([waiting = waiting_](long id) {
-          try {
-              waiting->Note("parameter", ParameterText(id));
-          } catch (const std::exception& error) {  // whoever changed the variable cannot help it
-              waiting->Note("parameter", fmt::format("{}: {}", id, error.what()));
-          }
-      }))
+CEventLog::CEventLog(Names names)
+    : waiting_(std::make_shared<CWaiting>(std::move(names))),
+      observer_(ui::PanelManagerInstance().Connect([waiting = waiting_](long id) { waiting->NoteChange(id); }))
 {
 }
 
@@ -97,6 +121,12 @@ boost::posix_time::ptime CEventLog::Start() const
 void CEventLog::Note(const std::string& id, const std::string& text)
 {
     waiting_->Note(id, text);
+}
+
+void CEventLog::NoteValues()
+{
+    for (const auto& each : waiting_->names)
+        waiting_->NoteChange(each.first);
 }
 
 void CEventLog::Open(const std::filesystem::path& file)

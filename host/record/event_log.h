@@ -7,6 +7,7 @@
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <cstddef>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,8 +27,12 @@ class CEventLog
 public:
     static constexpr std::size_t most_waiting = 10000;
 
-    /// From here on every change of a variable of the user interface is noted, on the thread that makes it.
-    CEventLog();
+    /// Variables of the user interface, by id, that go by a name of their own: "left Exposure.Time".
+    using Names = std::map<long, std::string>;
+
+    /// From here on every change of a variable of the user interface is noted, on the thread that makes it: as
+    /// "parameter", or, of one with a name, as "video", and then only if it has another value than was noted last.
+    explicit CEventLog(Names names = {});
     ~CEventLog();
     CEventLog(const CEventLog&) = delete;
     CEventLog& operator=(const CEventLog&) = delete;
@@ -38,6 +43,9 @@ public:
     /// Any thread; takes the time now, and never waits for the disk. `id` is one word; line ends in `text` become
     /// blanks.
     void Note(const std::string& id, const std::string& text);
+
+    /// Notes the values of the variables with names, as far as they have one. Calls their getters.
+    void NoteValues();
 
     // One thread at a time.
 

@@ -50,6 +50,7 @@ CRecorder::TTrack::TTrack(asio::thread_pool& pool) : strand(asio::make_strand(po
 CRecorder::CRecorder(TRecorderSetup setup, const Open& open, CConsole& console)
     : setup_(std::move(setup)),
       console_(console),
+      events_(setup_.settings),
       pool_(Threads(setup_.tracks.size())),
       told_(setup_.tracks.size()),
       strand_(asio::make_strand(pool_)),
@@ -62,6 +63,7 @@ CRecorder::CRecorder(TRecorderSetup setup, const Open& open, CConsole& console)
         writer_ = open(events_.Start());
         events_.Open(setup_.folder / rec::events_file);
         events_.Note("start", IsoTime(events_.Start()) + ' ' + setup_.title);
+        events_.NoteValues();
         events_.Write();
     } catch (const recording_exists&) {
         throw;

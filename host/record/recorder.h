@@ -55,6 +55,7 @@ struct TRecorderSetup
     std::string title;                   ///< what is recorded, for the event "start"
     std::vector<TRecorderTrack> tracks;  ///< one at least, 255 at most
     std::uint64_t min_free = 0;          ///< bytes that are left free on the disk; 0: none
+    CEventLog::Names settings = {};      ///< whose values and changes are events "video"
 };
 
 /// The folder of a recording holds one already.
@@ -90,6 +91,8 @@ public:
     /// called as Offer.
     bool AwaitRoom(std::size_t track, std::function<void()> wake);
 
+    /// An event; `id` is one word. Any thread.
+    void Note(const std::string& id, const std::string& text) { events_.Note(id, text); }
     /// An event "error". Any thread.
     void NoteError(const std::string& where, const std::string& message);
 

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <set>
 #include <system_error>
 #include <utility>
 
@@ -15,6 +14,7 @@
 #include "rec/recording.h"
 #include "record/disk_writers.h"
 #include "record/frame_writable.h"
+#include "record/lut_copies.h"
 #include "system/console.h"
 
 namespace host {
@@ -33,18 +33,30 @@ rec::Compression CompressionOf(const TRecordOptions& options, const TDevice& cam
                                                              : options.compression);
 }
 
+/// What a recorder makes in its folder, beside copies of lookup tables.
+std::vector<fs::path> OwnFiles()
+{
+    return {rec::kta_file, fs::path(rec::kta_file).replace_extension(".idx"), rec::tar_file, rec::events_file,
+            rec::rig_file};
+}
+
 /// Makes the folder and puts the rig file into it. Of two programs that want the same folder, one gets it.
-void ClaimFolder(const fs::path& folder, const std::string& rig_text)
+void ClaimFolder(const fs::path& folder, const std::string& rig_text, const std::vector<std::string>& tables)
 {
     const auto exists = [&folder](const fs::path& file) {
         return recording_exists(fmt::format("{}: found {}, wanted a folder without a recording; nothing is overwritten",
                                             folder.string(), file.string()));
     };
     std::error_code error;
-    for (const fs::path& file : {fs::path(rec::kta_file), fs::path(rec::kta_file).replace_extension(".idx"),
-                                 fs::path(rec::tar_file), fs::path(rec::events_file), fs::path(rec::rig_file)})
+    for (const fs::path& file : OwnFiles())
         if (fs::exists(folder / file, error))
             throw exists(file);
+    for (const std::string& table : tables)
+        if (fs::exists(folder / table, error))
+            throw recording_exists(
+                fmt::format("{}: found {}, wanted a folder without it, for a lookup table of that "
+                            "name goes there; nothing is overwritten",
+                            folder.string(), table));
     fs::create_directories(folder, error);
     if (error)
         throw std::system_error(error, folder.string());
@@ -63,26 +75,6 @@ void ClaimFolder(const fs::path& folder, const std::string& rig_text)
     fs::remove(path, error);
     errno = reason;
     ThrowErrno(path);
-}
-
-/// Copies what the keys "LUT..." name, each file once, under its own name; tells of what could not be copied.
-void CopyLuts(const TRig& rig, const fs::path& folder, CConsole& console)
-{
-    std::set<fs::path> copied;
-    for (const TDevice& device : rig.devices)
-        for (const std::string& key : device.settings.Keys()) {
-            const std::string value = ValueOr(device.settings, key, {});
-            if (device.type != DeviceType::Camera || key.compare(0, 3, "LUT") != 0 || value.empty())
-                continue;
-            const fs::path file = Absolute(rig, value).lexically_normal();
-            if (!copied.insert(file).second)
-                continue;
-            std::error_code error;
-            fs::copy_file(file, folder / file.filename(), error);  // never over another one
-            if (error)
-                console.Say(fmt::format("{}: [{}] {}: {} is not in the recording: {}", rig.file.string(), device.name,
-                                        key, file.string(), error.message()));
-        }
 }
 
 rec::TTrack TrackOf(const TRecordOptions& options, const TDevice& camera, const boost::posix_time::ptime& start)
@@ -119,6 +111,12 @@ std::string RecordFault(const TRecordOptions& options, const TRig& rig, const st
 {
     if (cameras.size() > most_cameras)
         return fmt::format("--record: found {} cameras, wanted at most {}", cameras.size(), most_cameras);
+    const auto own = OwnFiles();
+    for (const std::string& table : LutNames(rig))
+        if (std::find(own.begin(), own.end(), table) != own.end())
+            return fmt::format(
+                "--record: found a lookup table named {}, wanted another name: a recording has a file {}", table,
+                table);
     if (options.format != "tar")
         return {};
     for (const std::string& camera : cameras) {
@@ -141,22 +139,25 @@ std::string FileBytes(const fs::path& file)
 }
 
 std::unique_ptr<CRecorder> MakeRecorder(const TRecordOptions& options, const TRig& rig, const std::string& rig_text,
-                                        const std::vector<std::string>& cameras, CConsole& console)
+                                        const std::vector<std::string>& cameras, CEventLog::Names settings,
+                                        CConsole& console)
 {
     const bool tar = options.format == "tar";
     TRecorderSetup setup;
     setup.folder = options.folder;
     setup.title = fmt::format("{}: {}", rig.name, fmt::join(cameras, ", "));
     setup.min_free = options.min_free;
+    setup.settings = std::move(settings);
     for (const std::string& camera : cameras) {
         const rec::Compression compression = CompressionOf(options, *rig.Find(camera));
         const std::size_t number = setup.tracks.size();
         const auto kind = compression == rec::Compression::Png ? rec::PictureKind::Png : rec::PictureKind::Pnm;
         setup.tracks.push_back(tar ? RecorderTrack(number, camera, kind) : RecorderTrack(number, camera, compression));
     }
+    std::vector<TLutFault> lut_faults;
     const auto open = [&](const boost::posix_time::ptime& start) -> std::unique_ptr<dev::CDiskWriter> {
-        ClaimFolder(options.folder, rig_text);
-        CopyLuts(rig, options.folder, console);
+        ClaimFolder(options.folder, rig_text, LutNames(rig));
+        lut_faults = CopyLuts(rig, options.folder / rec::rig_file, console);
         if (tar)
             return std::make_unique<CTarDiskWriter>(options.folder / rec::tar_file);
         std::vector<rec::TTrack> tracks;
@@ -164,7 +165,12 @@ std::unique_ptr<CRecorder> MakeRecorder(const TRecordOptions& options, const TRi
             tracks.push_back(TrackOf(options, *rig.Find(camera), start));
         return std::make_unique<CKtaDiskWriter>(options.folder / rec::kta_file, tracks);
     };
-    return std::make_unique<CRecorder>(std::move(setup), open, console);
+    auto recorder = std::make_unique<CRecorder>(std::move(setup), open, console);
+    for (const TLutFault& fault : lut_faults) {
+        console.Say(fmt::format("{}: {}", fault.camera, fault.text));
+        recorder->NoteError(fault.camera, fault.text);
+    }
+    return recorder;
 }
 
 }  // namespace host

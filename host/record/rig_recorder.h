@@ -1,6 +1,6 @@
 // The recording of a rig: its folder, and a recorder that fills it.
 //
-//   rig.ini        the rig file, byte for byte; beside it the files that its cameras' keys "LUT..." name
+//   rig.ini        the rig file, byte for byte, but that its keys "LUT..." name the copies of their files beside it
 //   frames.kta     with frames.idx, a track per camera; or
 //   frames.tar     a picture per frame
 //   events.mef     what happened when
@@ -33,10 +33,12 @@ std::string RecordFault(const TRecordOptions& options, const TRig& rig, const st
 /// The bytes of a file. Throws std::runtime_error.
 std::string FileBytes(const std::filesystem::path& file);
 
-/// A recorder whose tracks are the cameras, in their order. `rig_text` is the rig file's content. Throws
-/// recording_exists, with nothing changed; a folder that cannot be made or written to is the recorder's to tell.
+/// A recorder whose tracks are the cameras, in their order. `rig_text` is the rig file's content, `settings` names the
+/// variables of the cameras' sources. Throws recording_exists, with nothing changed; a folder that cannot be made or
+/// written to is the recorder's to tell.
 std::unique_ptr<CRecorder> MakeRecorder(const TRecordOptions& options, const TRig& rig, const std::string& rig_text,
-                                        const std::vector<std::string>& cameras, CConsole& console);
+                                        const std::vector<std::string>& cameras, CEventLog::Names settings,
+                                        CConsole& console);
 
 /// The node whose images are recorded.
 std::string RecordNode(const TDevice& camera);

@@ -6,6 +6,7 @@
 
 #include "rig/check_settings.h"
 #include "rig/check_tree.h"
+#include "rig/luts.h"
 #include "rig/nearest.h"
 #include "rig/source.h"
 #include "system/console.h"
@@ -126,6 +127,7 @@ void CheckCamera(const TRig& rig, const TDevice& camera, CModules* modules, TChe
     const bool driver_known = modules != nullptr && CheckSource(rig, camera, *modules, driver_keys, check.faults) &&
                               AddReplacedKeys(camera, *modules, driver_keys);
     CheckSettings(rig, camera, driver_known ? &driver_keys : nullptr, check.faults);
+    CheckLuts(rig, camera, modules != nullptr, check.faults);
 
     const bool try_lines = modules != nullptr && MakeLoadable(camera, check.faults);
     if (modules != nullptr && !try_lines && !NodeLines(camera).empty())

@@ -131,7 +131,6 @@ private:
     void CheckValue(const std::string& key, const std::string& text, Value value);
     void CheckFormat(const std::string& text);
     void CheckRegion(const std::string& text);
-    void CheckRegionInPictures(const dev::camera::CRoI& roi, const std::string& text);
     void CheckPair(const std::string& key, const std::string& text, Value value);
     void CheckLensCounts();
     void CheckFocalVersion();
@@ -159,12 +158,15 @@ void CSettingsCheck::CheckKeys(const std::vector<std::string>* driver_keys)
     for (const std::string& key : device_.settings.Keys()) {
         const TRule* const rule = FindRule(key);
         // Node lines are checked with the tree; lookup tables are a program's own, under any name that begins so.
-        const bool camera_family = StartsWith(key, "LUT") || StartsWith(key, "PREPROCESS");
+        const bool camera_family = StartsWith(key, "LUT") || StartsWith(key, "PREPROCESS") || IsVideoKey(key);
         if (rule != nullptr ? device_.type < rule->since : camera_family && device_.type != DeviceType::Camera)
             Add(key, fmt::format("a key that a {} does not have", TypeName(device_.type)),
                 fmt::format("TYPE = {}, or no such key", TypeName(rule != nullptr ? rule->since : DeviceType::Camera)));
         else if (rule != nullptr)
             CheckValue(key, ValueOr(device_.settings, key, {}), rule->value);
+        else if (IsVideoKey(key) && !VideoName(key))
+            Add(key, "a key that names no setting",
+                "\"VIDEO <property>.<attribute>\", for instance VIDEO Exposure.Time");
         else if (!camera_family)
             CheckUnknown(key, driver_keys);
     }
@@ -268,37 +270,19 @@ void CSettingsCheck::CheckFormat(const std::string& text)
 
 void CSettingsCheck::CheckRegion(const std::string& text)
 {
-    const std::size_t count = base::Tokens(text, separators).size();
-    if (count != 2 && count != 4)
-        return Add("ROI", Quoted(text), "\"width height\" or \"left top right bottom\"");
-    boost::shared_ptr<cimage::CImage> image;
+    const std::string format = ValueOr(device_.settings, "FB", {});
     dev::camera::CRoI roi;
     try {
-        image = cimage::Build(ValueOr(device_.settings, "FB", {}));
+        const auto image = cimage::Build(format);
         roi = dev::camera::CRoI(image->Width(), image->Height());
     } catch (const std::exception&) {
         return;  // told at "FB"
     }
     try {
-        roi.Resize(text);
-        CheckRegionInPictures(roi, text);
-    } catch (const boost::bad_lexical_cast&) {
-        Add("ROI", Quoted(text), "whole numbers of pixels");
+        ParseRegion(roi, format, text);
     } catch (const std::runtime_error& error) {
-        Add("ROI", Quoted(text), fmt::format("a region of the sensor: {}", error.what()));
+        faults_.push_back(FaultFromText(device_.settings.Line("ROI"), device_.name, "ROI", error.what()));
     }
-}
-
-/// What a region lets pass and a camera that cuts its region out of whole pictures cannot do.
-void CSettingsCheck::CheckRegionInPictures(const dev::camera::CRoI& roi, const std::string& text)
-{
-    const auto image = cimage::Build(ValueOr(device_.settings, "FB", {}));
-    if (roi.Left() < 0 || roi.Top() < 0 || roi.Right() >= roi.SensorWidth() || roi.Bottom() >= roi.SensorHeight())
-        Add("ROI", Quoted(text), fmt::format("a region within the {} pixels of \"FB\"", roi.StrSensor()));
-    else if (StartsWith(image->Format().name, "Bayer") && (roi.Left() % 2 != 0 || roi.Top() % 2 != 0))
-        Add("ROI", Quoted(text), "even left and top edges, which keep the order of the Bayer pattern");
-    else if (StartsWith(image->Format().name, "YUV422") && (roi.Left() % 2 != 0 || roi.Width() % 2 != 0))
-        Add("ROI", Quoted(text), "an even left edge and an even width, for two pixels share their colour");
 }
 
 template <typename Enum>
@@ -373,7 +357,39 @@ void CSettingsCheck::CheckCamera()
                            {}});
 }
 
+/// What a region lets pass and a camera that cuts its region out of whole pictures cannot do; empty: nothing.
+std::string WantedOfPictures(const dev::camera::CRoI& roi, const std::string& format)
+{
+    const std::string pixels = cimage::Build(format)->Format().name;
+    if (roi.Left() < 0 || roi.Top() < 0 || roi.Right() >= roi.SensorWidth() || roi.Bottom() >= roi.SensorHeight())
+        return fmt::format("a region within the {} pixels of \"FB\"", roi.StrSensor());
+    if (StartsWith(pixels, "Bayer") && (roi.Left() % 2 != 0 || roi.Top() % 2 != 0))
+        return "even left and top edges, which keep the order of the Bayer pattern";
+    if (StartsWith(pixels, "YUV422") && (roi.Left() % 2 != 0 || roi.Width() % 2 != 0))
+        return "an even left edge and an even width, for two pixels share their colour";
+    return {};
+}
+
 }  // namespace
+
+dev::camera::CRoI ParseRegion(dev::camera::CRoI roi, const std::string& format, const std::string& text)
+{
+    const std::size_t count = base::Tokens(text, separators).size();
+    std::string wanted = "\"width height\" or \"left top right bottom\"";
+    if (count == 2 || count == 4) {
+        try {
+            roi.Resize(text);
+            wanted = WantedOfPictures(roi, format);
+        } catch (const boost::bad_lexical_cast&) {
+            wanted = "whole numbers of pixels";
+        } catch (const std::runtime_error& error) {
+            wanted = fmt::format("a region of the sensor: {}", error.what());
+        }
+    }
+    if (!wanted.empty())
+        throw std::runtime_error(fmt::format("found {}, wanted {}", Quoted(text), wanted));
+    return roi;
+}
 
 void CheckSettings(const TRig& rig, const TDevice& device, const std::vector<std::string>* driver_keys,
                    std::vector<TFault>& faults)

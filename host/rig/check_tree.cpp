@@ -177,7 +177,7 @@ bool CTreeCheck::Try(const TNodeLine& line, const std::string& operation)
 void CTreeCheck::MakeCameras()
 {
     auto camera = std::make_unique<dev::CCamera>();
-    LoadDevice(*camera, device_, rig_.version);
+    LoadDevice(*camera, device_, rig_);
     cameras_.Insert(device_.name, *camera);
     for (const TDevice& other : rig_.devices) {
         if (other.type != DeviceType::Camera || other.name == device_.name)

@@ -57,7 +57,7 @@ TNode Tree(const TDevice& camera)
     return root;
 }
 
-TCameraDescription DescribeCamera(const TDevice& settings, const dev::CCamera& camera)
+TCameraDescription DescribeCamera(const TRig& rig, const TDevice& settings, const dev::CCamera& camera)
 {
     TCameraDescription description;
     const dev::camera::CRoI& roi = camera.RoI();
@@ -77,6 +77,8 @@ TCameraDescription DescribeCamera(const TDevice& settings, const dev::CCamera& c
     description.tree = Tree(settings);
     description.output = ValueOr(settings.settings, "OUTPUT", description.tree.name);
     description.record = ValueOr(settings.settings, "RECORD", description.tree.name);
+    description.compression = ValueOr(settings.settings, "RECORD COMPRESSION", "none");
+    description.luts = Luts(rig, settings);
     return description;
 }
 
@@ -96,10 +98,10 @@ TDescription DescribeDevice(const TRig& rig, const TDevice& settings)
         sensor.On_ShutDown();
     } else {
         dev::CCamera camera;
-        LoadDevice(camera, settings, rig.version);
+        LoadDevice(camera, settings, rig);
         DescribeIdentity(camera, description);
         DescribePose(rig, camera, description);
-        description.camera = DescribeCamera(settings, camera);
+        description.camera = DescribeCamera(rig, settings, camera);
         camera.On_ShutDown();
     }
     return description;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "rig/field_of_view.h"
+#include "rig/luts.h"
 #include "rig/rig.h"
 
 namespace host {
@@ -52,6 +53,8 @@ struct TCameraDescription
     TNode tree;
     std::string output;
     std::string record;
+    std::string compression;  ///< of what is recorded
+    std::vector<TLut> luts;
 };
 
 struct TDescription

@@ -46,9 +46,10 @@ void LoadDevice(dev::CSensor& sensor, const TDevice& settings, hws::Version vers
     Load(sensor, settings, version);
 }
 
-void LoadDevice(dev::CCamera& camera, const TDevice& settings, hws::Version version)
+void LoadDevice(dev::CCamera& camera, const TDevice& settings, const TRig& rig)
 {
-    Load(camera, settings, version);
+    camera.LoadLUTs(settings.settings, rig.paths);
+    Load(camera, settings, rig.version);
 }
 
 void AddNodes(dev::CCamera& camera, const TRig& rig, const TDevice& settings, CModules& modules)

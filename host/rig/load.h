@@ -15,10 +15,11 @@ namespace host {
 
 class CModules;
 
-/// Names a device after its section, loads its settings, and initialises it. Throws what the library throws.
+/// Names a device after its section, loads its settings, a camera's lookup tables among them, and initialises it.
+/// Throws what the library throws.
 void LoadDevice(dev::CDevice& device, const TDevice& settings, hws::Version version);
 void LoadDevice(dev::CSensor& sensor, const TDevice& settings, hws::Version version);
-void LoadDevice(dev::CCamera& camera, const TDevice& settings, hws::Version version);
+void LoadDevice(dev::CCamera& camera, const TDevice& settings, const TRig& rig);
 
 /// Adds the nodes of a loaded camera and chooses its output and recording-output nodes. Throws std::runtime_error
 /// naming the line that failed.

@@ -13,6 +13,7 @@ namespace {
 
 const std::string rig_section = "RIG";
 const std::vector<std::string> rig_keys = {"NAME", "HWS VERSION", "DATA DIR"};
+const std::string video_prefix = "VIDEO ";
 const std::vector<std::string> type_names = {"DEVICE", "SENSOR", "CAMERA"};  // by DeviceType
 
 void ReadVersion(const kt::ini::INIFile& ini, TRig& rig, std::vector<TFault>& faults)
@@ -175,6 +176,27 @@ std::vector<TNodeLine> NodeLines(const TDevice& camera)
     for (auto& line : lines)
         ordered.push_back(std::move(line.second));
     return ordered;
+}
+
+bool IsVideoKey(const std::string& key)
+{
+    return key == "VIDEO" || key.compare(0, video_prefix.size(), video_prefix) == 0;
+}
+
+std::optional<std::string> VideoName(const std::string& key)
+{
+    if (key.compare(0, video_prefix.size(), video_prefix) != 0)
+        return std::nullopt;
+    const std::string name = key.substr(video_prefix.size());
+    const auto dot = name.find('.');
+    if (dot == std::string::npos || dot == 0 || name.back() == '.' || name[0] == ' ' || name[0] == '\t')
+        return std::nullopt;
+    return name;
+}
+
+std::string VideoKey(const std::string& name)
+{
+    return video_prefix + name;
 }
 
 std::optional<TSourceText> SplitSource(const std::string& text)

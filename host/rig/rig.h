@@ -12,6 +12,7 @@
 //   OUTPUT = soft              node whose images are the camera's result; default "Source", the root
 //   RECORD = Source            node whose images are recorded; the same default
 //   RECORD COMPRESSION = png   how recorded images are packed: none (the default), png or zstd
+//   VIDEO Exposure.Time = 5000  a setting of the source, "<property>.<attribute>"
 //
 // and beside these the keys that the device library and the capture driver read. Paths may hold $DATA_DIR, $INAME (the
 // folder of the rig file) and variables of the environment; relative ones begin at the folder of the rig file.
@@ -110,6 +111,13 @@ std::optional<unsigned int> NodeNumber(const std::string& key);
 
 /// The node lines of a camera, by number.
 std::vector<TNodeLine> NodeLines(const TDevice& camera);
+
+/// True for "VIDEO" and for what has a blank behind that.
+bool IsVideoKey(const std::string& key);
+/// The setting that a key "VIDEO <property>.<attribute>" names, or none for any other key.
+std::optional<std::string> VideoName(const std::string& key);
+/// The key of a setting.
+std::string VideoKey(const std::string& name);
 
 /// None when there is no scheme: letters, digits, "-" and "_" before the first colon.
 std::optional<TSourceText> SplitSource(const std::string& text);

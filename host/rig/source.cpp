@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <stdexcept>
+#include <utility>
 
 #include "rig/nearest.h"
 #include "system/modules.h"
@@ -10,12 +11,12 @@ namespace host {
 
 namespace {
 
-capture::TRequest Request(const TRig& rig, const TDevice& camera, const std::string& location)
+capture::TRequest Request(const TRig& rig, const TDevice& camera, const std::string& location, capture::Tell tell = {})
 {
     std::string expanded = location;
     if (camera.replaced_source.empty())  // what stands in for the file's own names a path as it is
         rig.paths.Replace(expanded, kt::CVarReplacer::All);
-    return {expanded, Folder(rig).string(), camera.settings, ValueOr(camera.settings, "FB", {})};
+    return {expanded, Folder(rig).string(), camera.settings, ValueOr(camera.settings, "FB", {}), std::move(tell)};
 }
 
 }  // namespace
@@ -57,7 +58,8 @@ bool CheckSource(const TRig& rig, const TDevice& camera, CModules& modules, std:
     return driver_known;
 }
 
-std::unique_ptr<capture::CSource> OpenSource(const TRig& rig, const TDevice& camera, CModules& modules)
+std::unique_ptr<capture::CSource> OpenSource(const TRig& rig, const TDevice& camera, CModules& modules,
+                                             capture::Tell tell)
 {
     const std::string text = ValueOr(camera.settings, "SOURCE", {});
     try {
@@ -65,7 +67,7 @@ std::unique_ptr<capture::CSource> OpenSource(const TRig& rig, const TDevice& cam
         if (!source)
             throw std::runtime_error("found no \"SCHEME:LOCATION\"");
         const capture::CDriver& driver = modules.Driver(source->scheme);
-        auto opened = driver.Open(Request(rig, camera, source->location));
+        auto opened = driver.Open(Request(rig, camera, source->location, std::move(tell)));
         if (!opened)
             throw std::runtime_error("the driver opened nothing");
         return opened;

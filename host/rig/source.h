@@ -18,8 +18,10 @@ class CModules;
 bool CheckSource(const TRig& rig, const TDevice& camera, CModules& modules, std::vector<std::string>& driver_keys,
                  std::vector<TFault>& faults);
 
-/// Opens the source of a camera. Throws std::runtime_error naming the camera's SOURCE and the reason.
-std::unique_ptr<capture::CSource> OpenSource(const TRig& rig, const TDevice& camera, CModules& modules);
+/// Opens the source of a camera, which tells what happens beside frames as long as it is there. Throws
+/// std::runtime_error naming the camera's SOURCE and the reason.
+std::unique_ptr<capture::CSource> OpenSource(const TRig& rig, const TDevice& camera, CModules& modules,
+                                             capture::Tell tell);
 
 }  // namespace host
 

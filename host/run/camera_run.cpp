@@ -5,10 +5,12 @@
 
 #include "orvo_proc_cimage/image.h"
 #include "record/recorder.h"
+#include "rig/check_settings.h"
 #include "run/digest.h"
 #include "run/png_file.h"
 #include "run/profile.h"
 #include "system/console.h"
+#include "video/live_camera.h"
 
 namespace host {
 
@@ -26,21 +28,22 @@ std::string DescriptorOf(const CRegion::ImagePtr& image)
 
 }  // namespace
 
-CCameraRun::CCameraRun(std::string name, dev::CCamera& camera, std::unique_ptr<capture::CSource> source,
-                       asio::thread_pool& pool, CConsole& console, TCameraRunOptions options)
+CCameraRun::CCameraRun(std::string name, const CLiveCamera& live, asio::thread_pool& pool, CConsole& console,
+                       TCameraRunOptions options)
     : name_(std::move(name)),
-      camera_(camera),
-      source_(std::move(source)),
+      camera_(live.Camera()),
+      source_(live.Source()),
+      settings_(live.Settings()),
       console_(console),
       options_(std::move(options)),
       strand_(asio::make_strand(pool)),
       queue_(
           options_.frames, [this] { asio::post(strand_, [this] { Work(); }); },
-          [this] { asio::post(strand_, [this] { source_->Stop(); }); }),
-      root_(*camera.Preprocess_Find(dev::camera::CPreprocessorNode::Root)),
-      out_node_(*camera.Preprocess_OutNode()),
-      record_node_(*camera.Preprocess_Find(options_.record_node)),
-      region_(camera),
+          [this] { asio::post(strand_, [this] { source_.Stop(); }); }),
+      root_(*camera_.Preprocess_Find(dev::camera::CPreprocessorNode::Root)),
+      out_node_(*camera_.Preprocess_OutNode()),
+      record_node_(*camera_.Preprocess_Find(options_.record_node)),
+      region_(camera_),
       nodes_(root_),
       profile_(options_.profile != nullptr ? &options_.profile->AddCamera(name_, root_, nodes_) : nullptr)
 {
@@ -70,7 +73,7 @@ void CCameraRun::Start()
 void CCameraRun::Stop(CFrameQueue::Ending ending)
 {
     queue_.Close(ending);
-    source_->Stop();
+    source_.Stop();
 }
 
 void CCameraRun::Join()
@@ -79,11 +82,39 @@ void CCameraRun::Join()
         thread_.join();
 }
 
+void CCameraRun::BetweenFrames(std::function<void()> work)
+{
+    asio::post(strand_, std::move(work));
+}
+
+std::string CCameraRun::Region() const
+{
+    const dev::camera::CRoI& roi = camera_.RoI();
+    return fmt::format("{} {} {} {}", roi.Left(), roi.Top(), roi.Right(), roi.Bottom());
+}
+
+void CCameraRun::ChangeRegion(const std::string& text)
+{
+    const auto own = source_.Region();
+    dev::camera::CRoI roi = ParseRegion(own ? *own : camera_.RoI(), camera_.ImageFormat(), text);
+    if (!own && !whole_pictures_)
+        throw std::runtime_error("found a source that delivers its region alone, wanted whole pictures to cut from");
+    if (own)
+        roi = source_.SetRegion(roi);
+    camera_.ChangeRoI(roi);
+    region_ = CRegion(camera_);
+    // Some may show the new region already: nobody can tell them apart.
+    if (own)
+        queue_.DropOldRegion();
+    if (options_.recorder != nullptr)
+        options_.recorder->Note("video", fmt::format("{} ROI = {}", name_, Region()));
+}
+
 /// The source's thread.
 void CCameraRun::Deliver()
 {
     try {
-        source_->Run(queue_);
+        source_.Run(queue_);
     } catch (const std::exception& error) {
         failure_ = error.what();
         if (failure_.empty())
@@ -130,6 +161,8 @@ void CCameraRun::Process()
         return Drop(
             "wrong format", "source",
             fmt::format("found {}, wanted {} or its region", DescriptorOf(frame_.image), camera_.ImageFormat()));
+    whole_pictures_ = frame_.image->Width() == static_cast<unsigned int>(camera_.RoI().SensorWidth()) &&
+                      frame_.image->Height() == static_cast<unsigned int>(camera_.RoI().SensorHeight());
     frame_.image = picture;
     const std::uint64_t record_executed = nodes_.Of(record_node_).executed;
     TryRun();
@@ -160,6 +193,7 @@ void CCameraRun::Run()
     const std::uint64_t out_executed = nodes_.Of(out_node_).executed;
     if (profile_ != nullptr)
         profile_->Start();
+    waited_.Record(NanosecondsSince(queue_.Arrived()));
     const auto begin = Clock::now();
     camera_.Notify_Frame_Received_Async(frame_);
     camera_.Preprocess(frame_);
@@ -245,7 +279,14 @@ void CCameraRun::NoteError(const std::string& where, const std::string& message)
 TProgress CCameraRun::Progress() const
 {
     const CFrameQueue::TCounts counts = queue_.Counts();
-    TProgress progress = {name_, counts.delivered, executed_, counts.queue_full + counts.stopped + failed_, done_, {}};
+    TProgress progress = {name_,
+                          counts.delivered,
+                          executed_,
+                          counts.queue_full + counts.stopped + counts.region_changed + failed_,
+                          Sum(counts.lost),
+                          Sum(counts.interruptions),
+                          done_,
+                          {}};
     if (options_.recorder != nullptr)
         progress.recording = options_.recorder->Report(options_.track);
     return progress;
@@ -259,6 +300,8 @@ Reasons CCameraRun::Dropped(const CFrameQueue::TCounts& counts) const
         dropped[drop_queue_full] += counts.queue_full;
     if (counts.stopped > 0)
         dropped[drop_stopped] += counts.stopped;
+    if (counts.region_changed > 0)
+        dropped[drop_region_changed] += counts.region_changed;
     return dropped;
 }
 
@@ -268,6 +311,8 @@ Reasons CCameraRun::Losses() const
     Reasons losses = Dropped(counts);
     for (const auto& [reason, count] : counts.lost)
         losses["lost before delivery: " + reason] = count;
+    for (const auto& [reason, count] : counts.interruptions)
+        losses["interrupted: " + reason] = count;
     return losses;
 }
 
@@ -282,6 +327,9 @@ TCameraReport CCameraRun::Report() const
     report.decimated = decimated_;
     report.dropped = Dropped(counts);
     report.lost = counts.lost;
+    report.interruptions = counts.interruptions;
+    report.counted = counts.counted;
+    report.waited = TimesOf(waited_);
     report.time = TimesOf(time_);
     for (const TNodeCounts& node : nodes_.Nodes())
         report.nodes.push_back(

@@ -23,11 +23,13 @@
 #include "run/region.h"
 #include "run/report.h"
 #include "run/tree_counts.h"
+#include "video/tune.h"
 
 namespace host {
 
 class CCameraProfile;
 class CConsole;
+class CLiveCamera;
 class CProfile;
 class CRecorder;
 
@@ -48,13 +50,13 @@ struct TCameraRunOptions
 ///
 /// The life of a run: constructed, Start, on_done, Join, Report. Stop may come at any time after Start, from any
 /// thread.
-class CCameraRun
+class CCameraRun : public CTunable
 {
 public:
-    /// The camera is loaded, with its tree; it and the pool must outlive the run.
-    CCameraRun(std::string name, dev::CCamera& camera, std::unique_ptr<capture::CSource> source,
-               boost::asio::thread_pool& pool, CConsole& console, TCameraRunOptions options);
-    ~CCameraRun();
+    /// The camera is loaded, with its tree, and open on its source; they and the pool must outlive the run.
+    CCameraRun(std::string name, const CLiveCamera& live, boost::asio::thread_pool& pool, CConsole& console,
+               TCameraRunOptions options);
+    ~CCameraRun() override;
     CCameraRun(const CCameraRun&) = delete;
     CCameraRun& operator=(const CCameraRun&) = delete;
 
@@ -63,6 +65,13 @@ public:
     void Stop(CFrameQueue::Ending ending);
     /// Waits for the source's thread; after on_done that is no wait.
     void Join();
+
+    const std::string& Name() const override { return name_; }
+    const CVideoAttributes& Settings() const override { return settings_; }
+    void BetweenFrames(std::function<void()> work) override;
+    std::string Region() const override;
+    /// Of a device that cuts its region itself, the frames that wait are dropped as drop_region_changed.
+    void ChangeRegion(const std::string& text) override;
 
     /// On any thread.
     TProgress Progress() const;
@@ -86,7 +95,8 @@ private:
 
     const std::string name_;
     dev::CCamera& camera_;
-    const std::unique_ptr<capture::CSource> source_;
+    capture::CSource& source_;
+    const CVideoAttributes& settings_;
     CConsole& console_;
     const TCameraRunOptions options_;
     boost::asio::strand<boost::asio::thread_pool::executor_type> strand_;
@@ -99,12 +109,14 @@ private:
     const dev::camera::CPreprocessorNode& out_node_;
     const dev::camera::CPreprocessorNode& record_node_;
     CRegion region_;
+    bool whole_pictures_ = true;  ///< the last one was, out of which the host cuts the region
     CTreeCounts nodes_;
     CCameraProfile* const profile_;  ///< null: there is none
     dev::TFrame<> frame_;            ///< the one at work
     std::uint64_t decimated_ = 0;
     mutable std::mutex dropped_mutex_;
     Reasons dropped_;  ///< others may read it
+    CHistogram waited_;
     CHistogram time_;
     std::map<std::pair<std::string, std::string>, std::uint64_t> errors_;  ///< by where and message
     std::uint64_t pictures_ = 0;

@@ -6,6 +6,7 @@ namespace host {
 
 const char* const drop_queue_full = "queue full";
 const char* const drop_stopped = "stopped";
+const char* const drop_region_changed = "region changed";
 
 CFrameQueue::CFrameQueue(std::uint64_t limit, std::function<void()> wake, std::function<void()> limit_reached)
     : limit_(limit), wake_(std::move(wake)), limit_reached_(std::move(limit_reached))
@@ -46,7 +47,9 @@ bool CFrameQueue::Push(const dev::TFrame<>& frame)
 /// Returns true for the frame that reaches the limit.
 bool CFrameQueue::Store(const dev::TFrame<>& frame)
 {
-    frames_[(first_ + waiting_) % depth] = frame;
+    TSlot& slot = slots_[(first_ + waiting_) % depth];
+    slot.frame = frame;
+    slot.arrived = std::chrono::steady_clock::now();
     ++waiting_;
     ++counts_.delivered;
     if (counts_.delivered != limit_)
@@ -70,6 +73,18 @@ void CFrameQueue::Lost(const std::string& reason, std::uint64_t count)
     counts_.lost[reason] += count;
 }
 
+void CFrameQueue::Interrupted(const std::string& reason)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++counts_.interruptions[reason];
+}
+
+void CFrameQueue::Count(const std::string& name, std::uint64_t count)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    counts_.counted[name] += count;
+}
+
 bool CFrameQueue::SourceWaits() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -83,8 +98,10 @@ CFrameQueue::Taken CFrameQueue::Take(dev::TFrame<>& frame)
         worker_awake_ = false;
         return ended_ ? Taken::End : Taken::Empty;
     }
-    std::swap(frame, frames_[first_]);
-    frames_[first_].image.reset();
+    TSlot& slot = slots_[first_];
+    std::swap(frame, slot.frame);
+    slot.frame.image.reset();
+    arrived_ = slot.arrived;
     first_ = (first_ + 1) % depth;
     --waiting_;
     room_.notify_one();
@@ -95,13 +112,24 @@ void CFrameQueue::Close(Ending ending)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
-    if (ending == Ending::Drop) {
-        counts_.stopped += waiting_;
-        for (dev::TFrame<>& frame : frames_)
-            frame.image.reset();
-        waiting_ = 0;
-    }
+    if (ending == Ending::Drop)
+        counts_.stopped += Clear();
     room_.notify_all();
+}
+
+void CFrameQueue::DropOldRegion()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    counts_.region_changed += Clear();
+    room_.notify_all();
+}
+
+/// Under the lock; returns how many frames that were.
+std::uint64_t CFrameQueue::Clear()
+{
+    for (TSlot& slot : slots_)
+        slot.frame.image.reset();
+    return std::exchange(waiting_, 0);
 }
 
 void CFrameQueue::End()

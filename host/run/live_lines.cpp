@@ -30,6 +30,10 @@ std::vector<std::string> CLiveLines::Next(std::chrono::steady_clock::time_point 
         if (camera.recording)
             line +=
                 fmt::format("  {:>8} recorded  {:>6} not", camera.recording->recorded, Sum(camera.recording->dropped));
+        if (camera.lost > 0)
+            line += fmt::format("  {} lost", camera.lost);
+        if (camera.interruptions > 0)
+            line += fmt::format("  {} interrupted", camera.interruptions);
         lines.push_back(std::move(line));
     }
     return lines;

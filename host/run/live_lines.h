@@ -19,6 +19,8 @@ struct TProgress
     std::uint64_t frames = 0;  ///< delivered
     std::uint64_t executed = 0;
     std::uint64_t dropped = 0;
+    std::uint64_t lost = 0;  ///< before delivery
+    std::uint64_t interruptions = 0;
     bool done = false;
     std::optional<TTrackReport> recording;
 };

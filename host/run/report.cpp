@@ -55,10 +55,16 @@ std::string CameraText(const TCameraReport& camera)
         fmt::format("{}: {} frames in {:.2f} s, {} executed ({:.1f}/s), {} decimated, {} dropped\n", camera.name,
                     camera.frames, camera.seconds, camera.executed, rate, camera.decimated, Sum(camera.dropped));
     text += Table(camera);
+    text += fmt::format("  waited: p50 {:.3f}, p99 {:.3f}, max {:.3f} ms\n", camera.waited.p50_ms, camera.waited.p99_ms,
+                        camera.waited.max_ms);
     if (!camera.dropped.empty())
         text += fmt::format("  dropped: {}\n", Listed(camera.dropped));
     if (!camera.lost.empty())
         text += fmt::format("  lost before delivery: {}\n", Listed(camera.lost));
+    if (!camera.interruptions.empty())
+        text += fmt::format("  interrupted: {}\n", Listed(camera.interruptions));
+    if (!camera.counted.empty())
+        text += fmt::format("  counted: {}\n", Listed(camera.counted));
     for (const TErrorReport& error : camera.errors)
         text += fmt::format("  {} x {}: {}\n", error.count, error.where, error.message);
     if (camera.pictures + camera.pictures_failed > 0)
@@ -117,10 +123,10 @@ ExitCode CodeOf(const TRunReport& report)
     bool lost = !report.recording_failure.empty();
     for (const TCameraReport& camera : report.cameras) {
         failed = failed || !camera.failure.empty();
-        lost = lost || !camera.lost.empty() || camera.pictures_failed > 0 ||
+        lost = lost || !camera.lost.empty() || !camera.interruptions.empty() || camera.pictures_failed > 0 ||
                (camera.recording && !camera.recording->dropped.empty());
         for (const auto& reason : camera.dropped)
-            lost = lost || reason.first != drop_stopped;
+            lost = lost || (reason.first != drop_stopped && reason.first != drop_region_changed);
     }
     return failed ? Failed : lost ? DataLost : Done;
 }

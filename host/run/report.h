@@ -14,7 +14,7 @@ namespace host {
 
 class CHistogram;
 
-/// Milliseconds per executed frame; mean and maximum exact, the percentiles within CHistogram::relative_error.
+/// Milliseconds; mean and maximum exact, the percentiles within CHistogram::relative_error.
 struct TTimes
 {
     double mean_ms = 0.0;
@@ -73,7 +73,10 @@ struct TCameraReport
     std::uint64_t decimated = 0;
     Reasons dropped;
     Reasons lost;
-    TTimes time;  ///< of the whole tree
+    Reasons interruptions;  ///< of the source, by reason
+    Reasons counted;        ///< what the source counted beside frames, by name
+    TTimes waited;          ///< from the source's hand-over to the start of the tree, per frame that entered it
+    TTimes time;            ///< of the whole tree, per executed frame
     std::vector<TNodeReport> nodes;
     std::vector<TErrorReport> errors;
     std::uint64_t pictures = 0;         ///< written
@@ -98,8 +101,9 @@ std::uint64_t Sum(const Reasons& reasons);
 /// The sums that do not close, one sentence each; a fault of this program.
 std::vector<std::string> Imbalances(const TRunReport& report);
 
-/// Failed for a source that failed or a sum that does not close; DataLost for dropped or lost frames and for what could
-/// not be written or recorded. Frames that waited when the run was stopped are not lost: whoever stopped it knows.
+/// Failed for a source that failed or a sum that does not close; DataLost for dropped or lost frames, for a stream that
+/// broke off and for what could not be written or recorded. Frames that waited when the run was stopped, or the region
+/// was changed, are not lost: whoever did it knows.
 ExitCode CodeOf(const TRunReport& report);
 
 std::string ReportText(const TRunReport& report);

@@ -1,5 +1,6 @@
 #include "run/rig_run.h"
 
+#include <unistd.h>
 #include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
@@ -7,12 +8,15 @@
 #include <boost/asio/steady_timer.hpp>
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 #include <thread>
 #include <utility>
 
 #include "record/recorder.h"
 #include "run/camera_run.h"
 #include "system/console.h"
+#include "system/input_lines.h"
+#include "video/tune.h"
 
 namespace host {
 
@@ -29,14 +33,15 @@ constexpr std::chrono::milliseconds same_signal(100);
 class CRigRun
 {
 public:
-    CRigRun(std::vector<TReadyCamera> cameras, const TRunLimits& limits, CConsole& console)
+    CRigRun(const std::string& rig, const std::vector<TReadyCamera>& cameras, const TRunLimits& limits,
+            CConsole& console)
         : console_(console),
           recorder_(limits.recorder),
           pool_(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1,
                                         std::max<std::size_t>(cameras.size(), 1))),
           running_(cameras.size())
     {
-        for (TReadyCamera& camera : cameras) {
+        for (const TReadyCamera& camera : cameras) {
             TCameraRunOptions options;
             options.frames = limits.frames;
             options.pictures = limits.pictures.empty() ? limits.pictures : limits.pictures / camera.name;
@@ -46,8 +51,14 @@ public:
             options.track = runs_.size();
             options.record_node = camera.record_node;
             options.on_done = [this] { asio::post(control_, [this] { OnCameraDone(); }); };
-            runs_.push_back(std::make_unique<CCameraRun>(camera.name, *camera.camera, std::move(camera.source), pool_,
-                                                         console, std::move(options)));
+            runs_.push_back(
+                std::make_unique<CCameraRun>(camera.name, *camera.live, pool_, console, std::move(options)));
+        }
+        if (limits.tune) {
+            std::vector<CTunable*> tunables;
+            for (const auto& run : runs_)
+                tunables.push_back(run.get());
+            tune_.emplace(rig, std::move(tunables), console);
         }
         if (limits.seconds > 0.0)
             AwaitEnd(limits.seconds);
@@ -56,6 +67,7 @@ public:
     /// After an exception the threads still run, and what they use goes with this object.
     ~CRigRun()
     {
+        input_.reset();
         StopAll(CFrameQueue::Ending::Drop);
         for (const auto& run : runs_)
             run->Join();
@@ -69,14 +81,18 @@ public:
     TRunReport Run()
     {
         AwaitSignal();
-        if (console_.Terminal())
+        // Live lines would be drawn over what somebody types.
+        if (console_.Terminal() && !(tune_ && isatty(STDIN_FILENO) == 1))
             AwaitLive();
         if (recorder_ != nullptr)
             AwaitDrops();
         for (const auto& run : runs_)
             run->Start();
+        if (tune_)
+            input_.emplace(STDIN_FILENO, [this](const std::string& line) { tune_->Do(line); });
         if (!runs_.empty())
             control_.run();
+        input_.reset();  // while the pool can still answer
         for (const auto& run : runs_)
             run->Join();
         pool_.join();
@@ -180,6 +196,8 @@ private:
     CLiveLines live_{Clock::now()};
     asio::thread_pool pool_;
     std::vector<std::unique_ptr<CCameraRun>> runs_;
+    std::optional<CTune> tune_;
+    std::optional<CInputLines> input_;
     std::size_t running_;
     bool interrupted_ = false;
     Clock::time_point interrupted_at_;
@@ -187,10 +205,10 @@ private:
 
 }  // namespace
 
-TRunReport RunCameras(const std::string& rig, std::vector<TReadyCamera> cameras, const TRunLimits& limits,
+TRunReport RunCameras(const std::string& rig, const std::vector<TReadyCamera>& cameras, const TRunLimits& limits,
                       CConsole& console)
 {
-    TRunReport report = CRigRun(std::move(cameras), limits, console).Run();
+    TRunReport report = CRigRun(rig, cameras, limits, console).Run();
     report.rig = rig;
     return report;
 }

@@ -4,20 +4,15 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "capture/source.h"
 #include "run/report.h"
-
-namespace dev {
-class CCamera;
-}
 
 namespace host {
 
 class CConsole;
+class CLiveCamera;
 class CProfile;
 class CRecorder;
 
@@ -29,20 +24,20 @@ struct TRunLimits
     bool digests = false;            ///< take one of every output picture
     CProfile* profile = nullptr;     ///< hears what takes how long; null: nobody does
     CRecorder* recorder = nullptr;  ///< made for the same cameras, and finished with the run; null: nothing is recorded
+    bool tune = false;              ///< by lines on standard input
 };
 
-/// A loaded camera with its opened source.
 struct TReadyCamera
 {
     std::string name;
-    dev::CCamera* camera;
-    std::unique_ptr<capture::CSource> source;
+    const CLiveCamera* live;  ///< outlives the run
     std::string record_node;  ///< whose images are recorded
 };
 
 /// Runs the cameras, with live lines on the console if that is a terminal, and returns when all have ended. The first
-/// SIGINT or SIGTERM ends the run, dropping what waits; a second one ends the process at once, with Interrupted.
-TRunReport RunCameras(const std::string& rig, std::vector<TReadyCamera> cameras, const TRunLimits& limits,
+/// SIGINT or SIGTERM ends the run, dropping what waits; a second one ends the process at once, with Interrupted. `rig`
+/// is the file that the cameras are of.
+TRunReport RunCameras(const std::string& rig, const std::vector<TReadyCamera>& cameras, const TRunLimits& limits,
                       CConsole& console);
 
 }  // namespace host

@@ -87,7 +87,7 @@ protected:
             if (device.type != host::DeviceType::Camera)
                 continue;
             dev::CCamera camera;
-            host::LoadDevice(camera, device, rig.version);
+            host::LoadDevice(camera, device, rig);
             host::AddNodes(camera, rig, device, modules_);
             dev::TFrame<> frame;
             // A large image that nobody touches costs nothing.

@@ -40,7 +40,13 @@ protected:
 const char* const rigs = R"(
 HWS VERSION = 1.1\n =>
 
-VENDOR = Acme => FOCAL LENGTH =\nPIXEL ASPECT RATIO = 1.0\nANGULAR FOV = 0.0, 0.0\nLUT GAMMA = $DATA_DIR/gamma.lut
+VENDOR = Acme => FOCAL LENGTH =\nPIXEL ASPECT RATIO = 1.0\nANGULAR FOV = 0.0, 0.0\nLUT GAMMA = $DATA_DIR/rig
+
+VENDOR = Acme => LUT A = $DATA_DIR/gone.lut\nLUT B = rig\nLUT C = $NOWHERE/rig
+13: [left] LUT A: found "$DATA_DIR/gone.lut" (...
+14: [left] LUT B: found "rig", wanted a path from $INAME, the folder of the rig file, or $DATA_DIR, its data, or an
+  absolute one; did you mean "$INAME/rig"?
+15: [left] LUT C: found "$NOWHERE/rig", wanted a path from $INAME, ...
 
 VERSION = 1.1 => VERSION = 2.0
 3: [RIG] HWS VERSION: found "2.0", wanted 1.0 or 1.1

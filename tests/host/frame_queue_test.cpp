@@ -113,6 +113,16 @@ TEST_F(FrameQueueTest, StoppingDropsWhatWaitsByName)
     EXPECT_EQ(queue_.Counts().stopped, 4u);
 }
 
+TEST_F(FrameQueueTest, AnotherRegionDropsWhatWaitsAndGoesOn)
+{
+    Offer(1, 3);
+    queue_.DropOldRegion();
+    Offer(4, 5);
+    EXPECT_EQ(TakeAll(queue_), (Numbers{4, 5}));
+    EXPECT_EQ(queue_.Counts().delivered, 5u);
+    EXPECT_EQ(queue_.Counts().region_changed, 3u);
+}
+
 TEST_F(FrameQueueTest, TakesNoMoreThanItsLimit)
 {
     CFrameQueue limited(

@@ -20,9 +20,11 @@ using host_test::Orvo;
 using host_test::TEnded;
 using host_test::With;
 using nlohmann::json;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 /// Files of this process, and of those that it starts, may not grow beyond a size.
 class CFileSizeLimit
@@ -134,14 +136,36 @@ TEST_F(ProgramRecordTest, ReadsBackWhatItRecordedInEveryForm)
     }
 }
 
-TEST_F(ProgramRecordTest, TakesTheLookupTablesAlongAndTellsOfAMissingOne)
+TEST_F(ProgramRecordTest, TakesTheLookupTablesAlongAndTellsOfOneThatAnotherReplaced)
 {
-    Write("table.bin", "123");
-    const auto rig = Write("rig.ini", With(good_rig, "VENDOR = Acme", "LUT A = table.bin\nLUT B = gone.bin"));
+    for (const char* const folder : {"data", "deep"})
+        std::filesystem::create_directory(folder_ / folder);
+    Write("data/table.bin", "123");
+    Write("data/same.bin", "abc");
+    Write("deep/table.bin", "456");
+    const auto text = [](const std::string& a, const std::string& b, const std::string& c) {
+        return With(With(good_rig, "DATA DIR = .", "DATA DIR = $INAME/data"), "VENDOR = Acme",
+                    "LUT A = " + a + "\nLUT B = " + b + "\nLUT C = " + c);
+    };
+    const auto rig = Write("rig.ini", text("$DATA_DIR/table.bin", "$INAME/deep/table.bin", "${DATA_DIR}/same.bin"));
     const TEnded ended = Orvo(Arguments(rig));
     EXPECT_EQ(ended.code, 0) << ended.talk;
-    EXPECT_EQ(Read(trip_ + "/table.bin"), "123");
-    EXPECT_THAT(ended.talk, HasSubstr("[left] LUT B: " + (folder_ / "gone.bin").string() + " is not in the recording"));
+    EXPECT_EQ(Read(trip_ + "/table.bin"), "456");
+    EXPECT_EQ(Read(trip_ + "/same.bin"), "abc");
+    EXPECT_EQ(Read(trip_ + "/rig.ini"), text("$INAME/table.bin", "$INAME/table.bin", "$INAME/same.bin"));
+    const std::string fault = "left: LUT A: found another file's bytes in " + trip_ + "/table.bin, wanted those of " +
+                              (folder_ / "data/table.bin").string();
+    EXPECT_THAT(ended.talk, AllOf(HasSubstr(fault), Not(HasSubstr("LUT B")), Not(HasSubstr("LUT C"))));
+    EXPECT_THAT(Read(trip_ + "/events.mef"), HasSubstr(" error " + fault + "\n"));
+    // Nothing that is there before is replaced, nor is what the recorder writes.
+    Write("data/frames.kta", "");
+    for (const std::string file : {"table.bin", "frames.kta"}) {
+        const auto own = Write("own.ini", With(good_rig, "VENDOR = Acme", "LUT A = $INAME/data/" + file));
+        const TEnded refused = Orvo({"run", own, "--record", folder_ / "deep"});
+        EXPECT_NE(refused.code, 0);
+        EXPECT_THAT(refused.talk, AllOf(HasSubstr(file), HasSubstr("lookup table")));
+    }
+    EXPECT_EQ(Read(folder_ / "deep/table.bin"), "456");
 }
 
 TEST_F(ProgramRecordTest, RefusesWhatItCannotDoBeforeItRuns)

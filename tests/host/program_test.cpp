@@ -82,13 +82,15 @@ TEST_F(ProgramTest, CheckWritesItsFaultsAndCountsThem)
 
 TEST_F(ProgramTest, ShowForPeopleAndPrograms)
 {
-    const TEnded ended = Orvo({"show", Rig(good_rig)});
+    const TEnded ended = Orvo({"show", Rig(With(good_rig, "RECORD = a", "RECORD = a\nLUT A = $INAME/a.lut"))});
     EXPECT_EQ(ended.code, 0);
     EXPECT_THAT(ended.talk, IsEmpty());
     EXPECT_THAT(ended.out, HasSubstr("\nbody (SENSOR)\n"
                                      "  identity        not given\n"
                                      "  pose            position (0.5, 0, 1), yaw 0, pitch 0, roll 0 rad\n"));
     EXPECT_THAT(ended.out, HasSubstr("  field of view   90.00 x 90.00 deg"));
+    EXPECT_THAT(ended.out, HasSubstr("  lookup table    LUT A: $INAME/a.lut (" + (folder_ / "a.lut").string() +
+                                     ", missing)\n  compression     none, when recorded\n"));
     EXPECT_THAT(ended.out, HasSubstr("  tree            Source\n"
                                      "                  └─ a: TestPass a Source  <- record\n"
                                      "                     └─ b: TestPass b a fps_factor=0.5  <- output\n"));

@@ -29,7 +29,7 @@ protected:
     {
         const host::CConsole::CCapture quiet;
         const host::TRig rig = ReadRig("[RIG]\n[cam]\nTYPE = CAMERA\n" + keys);
-        host::LoadDevice(camera_, rig.devices.at(0), rig.version);
+        host::LoadDevice(camera_, rig.devices.at(0), rig);
     }
 
     dev::CCamera camera_;

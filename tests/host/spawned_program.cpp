@@ -19,16 +19,20 @@ CSpawnedProgram::CSpawnedProgram(const std::vector<std::string>& arguments, cons
     pointers.push_back(nullptr);
     setenv("ORVO_MODULE_PATH", module_path.c_str(), 1);
     int talk[2];
-    if (out_ == nullptr || pipe2(talk, O_CLOEXEC) != 0)
+    int input[2];
+    if (out_ == nullptr || pipe2(talk, O_CLOEXEC) != 0 || pipe2(input, O_CLOEXEC) != 0)
         throw std::runtime_error("no file or pipe");
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, fileno(out_), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, talk[1], STDERR_FILENO);
     const int error = posix_spawn(&process_, ORVO_PROGRAM, &actions, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(talk[1]);
+    close(input[0]);
     talk_ = talk[0];
+    input_ = input[1];
     if (error != 0)
         throw std::runtime_error("cannot start " ORVO_PROGRAM);
 }
@@ -37,6 +41,7 @@ CSpawnedProgram::~CSpawnedProgram()
 {
     std::fclose(out_);
     close(talk_);
+    close(input_);
     if (process_ != 0) {
         kill(process_, SIGKILL);
         waitpid(process_, nullptr, 0);
@@ -65,6 +70,12 @@ void CSpawnedProgram::AwaitTalk(const std::string& text)
 void CSpawnedProgram::Signal(int signal)
 {
     kill(process_, signal);
+}
+
+void CSpawnedProgram::Type(const std::string& text)
+{
+    if (write(input_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        throw std::runtime_error("the program does not read");
 }
 
 void CSpawnedProgram::SignalToTheEnd(int signal)

@@ -28,6 +28,8 @@ public:
     /// Waits until standard error holds the text.
     void AwaitTalk(const std::string& text);
     void Signal(int signal);
+    /// Writes to standard input, a pipe that stays open.
+    void Type(const std::string& text);
     /// Signals again and again until the program ends, since a signal close upon the first is taken for the same.
     void SignalToTheEnd(int signal);
     /// Reads to the end and waits.
@@ -39,6 +41,7 @@ private:
     pid_t process_ = 0;
     std::FILE* out_;
     int talk_ = -1;
+    int input_ = -1;
     TEnded ended_;
 };
 
