@@ -67,8 +67,11 @@ void MeasureWaits(benchmark::State& state)
     const CFolder folder;
     const std::string report = (folder / "report.json").string();
     for (auto _ : state) {
-        const TProcess run = RunProcess(
-            {ORVO_PROGRAM, "run", rig, "--cameras", "one,two,three,four", "--seconds", "5", "--json"}, report);
+        // Exit code 3 tells of losses, which are counted below.
+        const double seconds =
+            RunProcess({ORVO_PROGRAM, "run", rig, "--cameras", "one,two,three,four", "--seconds", "5", "--json"},
+                       report)
+                .seconds;
         boost::property_tree::ptree tree;
         boost::property_tree::read_json(report, tree);
         double p99_ms = 0.0;
@@ -77,15 +80,15 @@ void MeasureWaits(benchmark::State& state)
         for (const auto& camera : tree.get_child("cameras")) {
             p99_ms = std::max(p99_ms, camera.second.get<double>("waited_ms.p99"));
             frames += camera.second.get<double>("frames");
-            for (const char* const losses : {"dropped", "lost"})
+            for (const char* const losses : {"dropped", "lost", "interruptions"})
                 for (const auto& reason : camera.second.get_child(losses))
                     lost += reason.second.get_value<double>();
         }
-        if (!run.succeeded || frames < 500.0) {
-            state.SkipWithError("the program failed");
+        if (frames < 500.0) {
+            state.SkipWithError("found too few frames, wanted 30 a second of each camera");
             break;
         }
-        state.SetIterationTime(run.seconds);
+        state.SetIterationTime(seconds);
         state.counters["worst_p99_ms"] = p99_ms;
         state.counters["lost"] = lost;
     }
