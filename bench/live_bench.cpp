@@ -42,7 +42,8 @@ void MeasureCpu(benchmark::State& state, Words words)
 {
     for (auto _ : state) {
         const TProcess run = RunProcess(words(state.range(0)));
-        if (!run.succeeded) {
+        // At its highest rate the fake camera may outrun a busy machine, which orvo tells with exit code 3.
+        if (run.exit_code != 0 && run.exit_code != 3) {
             state.SkipWithError("the program failed");
             break;
         }

@@ -18,7 +18,7 @@ struct TProcess
     double seconds;      ///< from fork to the end
     double cpu_seconds;  ///< of all its threads, in the program and in the system
     double peak_mb;      ///< resident memory; begins with what the parent had when it forked
-    bool succeeded;
+    int exit_code;       ///< -1 for one that did not end by itself
 };
 
 /// In the child: becomes the program, silent but for `output`.
@@ -52,7 +52,7 @@ inline TProcess RunProcess(Arguments words, const std::string& output = "/dev/nu
     };
     return TProcess{elapsed.count(), seconds(usage.ru_utime) + seconds(usage.ru_stime),
                     static_cast<double>(usage.ru_maxrss) * 1024e-6,
-                    ended && WIFEXITED(status) && WEXITSTATUS(status) == 0};
+                    ended && WIFEXITED(status) ? WEXITSTATUS(status) : -1};
 }
 
 #endif

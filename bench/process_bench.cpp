@@ -14,7 +14,7 @@ void Measure(benchmark::State& state, const Arguments& words)
 {
     for (auto _ : state) {
         const TProcess run = RunProcess(words);
-        if (!run.succeeded) {
+        if (run.exit_code != 0) {
             state.SkipWithError((words[0] + " failed").c_str());
             break;
         }
@@ -53,5 +53,5 @@ int main(int argc, char** argv)
     Register("process/demo_loop", {DEMO_BENCH, photographs, pictures});
     benchmark::RunSpecifiedBenchmarks();
 
-    return RunProcess({"/bin/rm", "-r", pictures}).succeeded ? 0 : 1;
+    return RunProcess({"/bin/rm", "-r", pictures}).exit_code == 0 ? 0 : 1;
 }

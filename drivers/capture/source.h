@@ -48,7 +48,7 @@ struct TRequest
 /// Something wrong with a key of the request, told the way the host tells its own.
 struct TFault
 {
-    std::string key;     ///< "SOURCE" or one of the driver's keys
+    std::string key;     ///< "SOURCE", "FB", "ROI" or one of the driver's keys
     std::string found;   ///< what is there
     std::string wanted;  ///< what would do
 };
@@ -63,7 +63,8 @@ public:
     /// and is counted. Never blocks.
     virtual void Offer(const dev::TFrame<>& frame) = 0;
 
-    /// For a source that can wait: blocks until the host has room. Returns false, without the frame, once the run ends.
+    /// For a source that can wait: blocks until the host has room. Returns false, without the frame, once the run ends,
+    /// which it does before the host calls Stop(): nobody sits in here then for long.
     virtual bool Push(const dev::TFrame<>& frame) = 0;
 
     /// Frames that the source knows were lost before it had them, by the reason's name ("incomplete", "underrun").
@@ -87,6 +88,13 @@ struct TIdentity
 };
 
 /// One open source of frames.
+///
+/// Threads: Run() has one of the host's to itself; meanwhile the host calls everything else on others, one call at a
+/// time but for Stop() and Region(). So a source locks what both sides use. Two rules keep it from hanging:
+///   - It holds no lock that its own methods or attributes take while it calls the host, be it the sink, Tell or
+///     Update() of an attribute. The host reads an attribute from within its Update(), on the thread that called.
+///   - What the host calls never waits for a thread that may sit in Push(): the frame in there may wait for the very
+///     thread that would wait. So a source whose region can be moved, or whose setters need Run(), Offer()s.
 class CSource
 {
 public:
@@ -108,10 +116,12 @@ public:
     virtual TIdentity Identity() const { return {}; }
 
     /// What can be adjusted, in an order of the driver's, the same objects at each call. Names of properties hold no
-    /// dot. Attributes are read and set on any thread, one at a time, before and during Run() and as long as the source
-    /// is there. A setter throws std::runtime_error, "found …, wanted …", for what the device refuses, and tells when
-    /// the device took another value than it was asked for; the getter gives what the device took. The source calls
-    /// Update() of an attribute whose value changed, on the thread where it noticed.
+    /// dot; no name begins or ends with a blank or holds "=" or a line end, because a rig file has the key
+    /// "VIDEO <property>.<attribute>". Attributes are set by one thread at a time and read by any, before and during
+    /// Run() and as long as the source is there; whoever still holds one later may read it, and a setter then throws.
+    /// A setter throws std::runtime_error, "found …, wanted …", for what the device refuses, and tells when the device
+    /// took another value than it was asked for; the getter gives what the device took. The source calls Update() of an
+    /// attribute whose value changed by itself or with another one, on the thread where it noticed.
     virtual VideoProperties Properties() { return {}; }
 
     /// The region that the device itself cuts out of its sensor, with the increments in which it can be moved and
@@ -119,9 +129,10 @@ public:
     /// "ROI", or told what the device took instead. Any thread.
     virtual boost::optional<dev::camera::CRoI> Region() const { return boost::none; }
 
-    /// Moves the region, and returns the one that the device took. Any thread but the one of Run(), before and during
-    /// it; once it has returned, every frame that is delivered shows the new region. Throws std::runtime_error, with
-    /// the region as it was, for one that the device cannot have.
+    /// Moves the region, and returns the one that the device took. Any thread but the one of Run(), before, during
+    /// and after it; it may wait for Run() as far as the rules above allow. Once it has returned, every frame that is
+    /// delivered shows the new region. Throws std::runtime_error, with the region as it was, for one that the device
+    /// cannot have.
     virtual dev::camera::CRoI SetRegion(const dev::camera::CRoI&)
     {
         throw std::runtime_error("found a source that delivers whole pictures, wanted one that cuts a region itself");

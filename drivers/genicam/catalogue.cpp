@@ -63,6 +63,21 @@ bool BelongsToDriver(const std::string& feature)
     return names.count(feature) != 0 || boost::starts_with(feature, "Gev") || boost::starts_with(feature, "Chunk");
 }
 
+/// Categories of what is no setting: for the maker's tests, or parameters of commands, which are not shown.
+bool IsNoSetting(const std::string& category)
+{
+    static const std::set<std::string> names = {"TestControl", "Debug", "FileAccessControl", "UserSetControl"};
+    return names.count(category) != 0;
+}
+
+/// What a description may call a feature; everything else would be unusable as a key of a file.
+void CheckName(const std::string& feature)
+{
+    const auto is_part = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_'; };
+    if (feature.find_first_not_of('_') == std::string::npos || !std::all_of(feature.begin(), feature.end(), is_part))
+        throw std::runtime_error("found a name of other characters, wanted letters, digits and underscores");
+}
+
 bool ChangesFrameSize(const std::string& feature)
 {
     return boost::starts_with(feature, "Binning") || boost::starts_with(feature, "Decimation");
@@ -81,7 +96,7 @@ std::string Words(const std::string& name)
                              (is(std::isupper, i - 1) && is(std::islower, i + 1)));
         if (begins)
             words += ' ';
-        words += name[i] == '_' || name[i] == '.' ? ' ' : name[i];
+        words += name[i] == '_' ? ' ' : name[i];
     }
     return words;
 }
@@ -136,8 +151,9 @@ private:
             return;
         const std::string words = Words(feature);
         Try(feature, [&] {
+            CheckName(feature);
             const CFeatureNode node(device_, feature);
-            if (!node.IsImplemented() || !node.IsForUsers())
+            if (!node.IsImplemented() || !node.IsForUsers() || IsNoSetting(feature))
                 return;
             for (const std::string& member : node.Members())
                 property.empty() ? Walk(member, words, "") : Walk(member, property, prefix + words + ".");

@@ -34,8 +34,9 @@ struct TPlace
 /// Then the rest of what the camera's description offers to its users, a property for each category at the top and a
 /// group for each below, named after the features: "TriggerMode" becomes "Trigger Mode". Left out are commands, plain
 /// registers, and what the driver itself keeps: the region, the acquisition, the way over the network, and what is
-/// sent beside pixels. Binning and decimation are shown and not set, because they change the size of the frames that
-/// the whole rig is set up for.
+/// sent beside pixels; and the categories that are no settings: for tests, files in the camera and its sets of
+/// defaults. Binning and decimation are shown and not set, because they change the size of the frames that the whole
+/// rig is set up for.
 ///
 /// What the camera does not tell enough of is left out, with a sentence in `complaints`.
 std::vector<TPlace> ListFeatures(_ArvDevice* device, std::vector<std::string>& complaints);

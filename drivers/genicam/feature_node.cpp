@@ -166,7 +166,7 @@ std::vector<std::string> CFeatureNode::Entries() const
         ArvGcFeatureNode* const entry = ARV_GC_FEATURE_NODE(item->data);
         CError error;
         if (Checked(arv_gc_feature_node_is_implemented(entry, error), error))
-            names.push_back(arv_gc_feature_node_get_name(entry));
+            names.push_back(Readable(arv_gc_feature_node_get_name(entry)));
     }
     return names;
 }
@@ -177,7 +177,7 @@ std::vector<std::string> CFeatureNode::Selects() const
     if (!ARV_IS_GC_SELECTOR(node_) || !arv_gc_selector_is_selector(ARV_GC_SELECTOR(node_)))
         return names;
     for (const GSList* item = arv_gc_selector_get_selected_features(ARV_GC_SELECTOR(node_)); item; item = item->next)
-        names.push_back(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(item->data)));
+        names.push_back(Readable(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(item->data))));
     return names;
 }
 
@@ -187,7 +187,7 @@ std::vector<std::string> CFeatureNode::Members() const
     if (!IsCategory())
         return names;
     for (const GSList* item = arv_gc_category_get_features(ARV_GC_CATEGORY(node_)); item; item = item->next)
-        names.push_back(static_cast<const char*>(item->data));
+        names.push_back(Readable(static_cast<const char*>(item->data)));
     return names;
 }
 

@@ -87,6 +87,7 @@ private:
     videoprop::Attribute MakeAttribute(std::size_t index);
     void Set(std::size_t index, const TValue& value);
     TValue Taken(std::size_t index) const;
+    bool IsEnabled(std::size_t index) const;
 
     bool IsGoverned(const TItem& item) const;
     void CheckAllowed(const TItem& item, const TValue& value) const;
@@ -111,7 +112,7 @@ private:
     Clock::time_point last_look_{};
     std::size_t next_look_ = 0;
 
-    mutable std::mutex values_;
+    mutable std::mutex values_;  ///< what an item has taken, and whether it is enabled
 };
 
 void CFeatures::CImpl::Open()
@@ -191,6 +192,12 @@ TValue CFeatures::CImpl::Taken(std::size_t index) const
     return items_[index].taken;
 }
 
+bool CFeatures::CImpl::IsEnabled(std::size_t index) const
+{
+    const std::lock_guard<std::mutex> lock(values_);
+    return items_[index].enabled;
+}
+
 bool CFeatures::CImpl::IsGoverned(const TItem& item) const
 {
     return item.governor && items_[*item.governor].mode->Mode() != Mode::Manual;
@@ -203,7 +210,7 @@ void CFeatures::CImpl::Set(std::size_t index, const TValue& value)
     TItem& item = items_[index];
     try {
         if (access_ == nullptr)
-            throw std::runtime_error("the camera is closed");
+            throw std::runtime_error("found a source that is closed, wanted one that is open");
         CheckAllowed(item, value);
         access_->With([&](_ArvCamera* camera) {
             _ArvDevice* const device = arv_camera_get_device(camera);
@@ -267,8 +274,8 @@ void CFeatures::CImpl::Refresh(_ArvDevice* device, std::size_t index, TNews& new
     {
         const std::lock_guard<std::mutex> lock(values_);
         item.taken = value;
+        item.enabled = enabled;
     }
-    item.enabled = enabled;
     news.items.insert(index);
 }
 
@@ -420,14 +427,19 @@ bool CFeatures::CImpl::Look(_ArvDevice* device, Clock::time_point now, TNews& ne
 
 void CFeatures::CImpl::Publish(std::unique_lock<std::mutex>& gate, const TNews& news) const
 {
-    std::vector<std::pair<videoprop::Attribute, bool>> changed;
+    std::vector<std::pair<std::size_t, videoprop::Attribute>> changed;
     for (const std::size_t i : news.items)
         if (items_[i].shown)
-            changed.emplace_back(*items_[i].shown, items_[i].enabled);
+            changed.emplace_back(i, *items_[i].shown);
     gate.unlock();
     for (auto& item : changed) {
-        item.first.Enabled(item.second);
-        item.first.Update();
+        // Another thread may publish what came after; whoever is last shows the latest.
+        bool enabled = false;
+        do {
+            enabled = IsEnabled(item.first);
+            item.second.Enabled(enabled);
+        } while (enabled != IsEnabled(item.first));
+        item.second.Update();
     }
     if (tell_)
         std::for_each(news.sentences.begin(), news.sentences.end(), tell_);

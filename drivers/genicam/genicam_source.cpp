@@ -365,6 +365,7 @@ void CGenicamSource::Serve(capture::CSink& sink)
     }
     if (wish == nullptr)
         return;
+    const CRoI old = CurrentRegion();
     try {
         const bool streams = stream_ != nullptr;
         CloseStream(sink);
@@ -378,6 +379,7 @@ void CGenicamSource::Serve(capture::CSink& sink)
             OpenStream();
     } catch (...) {
         wish->error = std::current_exception();
+        SetCurrentRegion(old);  // it comes back with that
         gone_ = true;
     }
     {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -68,8 +69,12 @@ TExtent ReadExtent(ArvCamera* camera, const char* feature, const char* whole_nam
             most = Read(camera, name);
             break;
         }
-    return {static_cast<unsigned int>(least), static_cast<unsigned int>(most - most % step),
-            static_cast<unsigned int>(step)};
+    most -= most % step;
+    if (least < 0 || most < 1 || most > std::numeric_limits<int>::max() || least > most)
+        throw std::runtime_error(std::string(feature) + ": found " + std::to_string(least) + " to " +
+                                 std::to_string(most) + " in steps of " + std::to_string(step) +
+                                 ", wanted what an image can have");
+    return {static_cast<unsigned int>(least), static_cast<unsigned int>(most), static_cast<unsigned int>(step)};
 }
 
 unsigned int ReadStep(ArvCamera* camera, const char* feature)
@@ -79,7 +84,8 @@ unsigned int ReadStep(ArvCamera* camera, const char* feature)
     CError error;
     const gint64 step = arv_camera_get_integer_increment(camera, feature, error);
     error.Check(feature);
-    return static_cast<unsigned int>(std::max<gint64>(1, step));
+    constexpr gint64 longest = std::numeric_limits<int>::max();
+    return static_cast<unsigned int>(std::min(std::max<gint64>(1, step), longest));
 }
 
 std::string Steps(const TSensor& sensor)

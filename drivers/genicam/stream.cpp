@@ -1,5 +1,6 @@
 #include "genicam/stream.h"
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <cstddef>
 #include <mutex>
@@ -74,7 +75,7 @@ CStream::CStream(ArvCamera* camera, const TStreamPlan& plan) : plan_(plan)
     if (stream == nullptr)
         throw std::runtime_error("stream: " + error.Text());
     home_ = boost::make_shared<CHome>(stream);
-    const guint payload = arv_camera_get_payload(camera, error);
+    payload_ = arv_camera_get_payload(camera, error);
     error.Check("PayloadSize");
 
     underruns_.numbered = !ARV_IS_FAKE_DEVICE(arv_camera_get_device(camera));
@@ -85,16 +86,22 @@ CStream::CStream(ArvCamera* camera, const TStreamPlan& plan) : plan_(plan)
                      nullptr);
         packet_size_ = arv_camera_gv_get_packet_size(camera, error);
         error.Check("packet size");
-        const unsigned int carried = packet_size_ > packet_overhead ? packet_size_ - packet_overhead : 1;
-        underruns_.per_frame = (payload + carried - 1) / carried + 2;  // and one at either end
+        const std::size_t carried = packet_size_ > packet_overhead ? packet_size_ - packet_overhead : 1;
+        underruns_.per_frame = (payload_ + carried - 1) / carried + 2;  // and one at either end
         for (const auto& counter :
              {std::make_pair("n_missing_packets", "missing packets"),
               std::make_pair("n_resent_packets", "resent packets"), std::make_pair("n_error_packets", "error packets"),
               std::make_pair("n_duplicated_packets", "duplicated packets")})
             counters_.push_back({counter.first, counter.second, 0});
     }
-    for (unsigned int i = 0; i < plan_.buffers; ++i)
-        arv_stream_push_buffer(stream, arv_buffer_new_allocate(payload));
+    for (unsigned int i = 0; i < plan_.buffers; ++i) {
+        // Aravis' own way to allocate ends the program where there is no memory.
+        void* const memory = g_try_malloc(payload_);
+        if (memory == nullptr)
+            throw std::runtime_error("BUFFERS: found no memory for " + std::to_string(plan_.buffers) + " frames of " +
+                                     std::to_string(payload_) + " bytes, wanted room for all of them");
+        arv_stream_push_buffer(stream, arv_buffer_new_full(payload_, memory, memory, g_free));
+    }
     arv_camera_start_acquisition(camera, error);
     error.Check("AcquisitionStart");
 }
@@ -141,10 +148,15 @@ const char* CStream::Fault(ArvBuffer* buffer) const
         arv_buffer_get_part_data_type(buffer, 0) != ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE)
         return "no image";
     std::size_t size = 0;
-    arv_buffer_get_image_data(buffer, &size);
+    std::size_t ignored = 0;
+    const auto* const begin = static_cast<const char*>(arv_buffer_get_data(buffer, &ignored));
+    const auto* const image = static_cast<const char*>(arv_buffer_get_image_data(buffer, &size));
+    // Where an image lies in its buffer, and how long it is, may be what the camera says.
+    const std::size_t room = payload_ - std::min(payload_, static_cast<std::size_t>(image - begin));
     if (arv_buffer_get_image_pixel_format(buffer) != plan_.format->pfnc ||
         arv_buffer_get_image_width(buffer) != static_cast<gint>(plan_.width) ||
-        arv_buffer_get_image_height(buffer) != static_cast<gint>(plan_.height) || size < Stride(buffer) * plan_.height)
+        arv_buffer_get_image_height(buffer) != static_cast<gint>(plan_.height) ||
+        std::min(size, room) < Stride(buffer) * plan_.height)
         return "wrong size";
     return nullptr;
 }

@@ -81,6 +81,7 @@ private:
 
     const TStreamPlan plan_;
     unsigned int packet_size_ = 0;
+    std::size_t payload_ = 0;  ///< bytes of a buffer
     TUnderruns underruns_;
     boost::shared_ptr<CHome> home_;
     std::vector<TCounter> counters_;

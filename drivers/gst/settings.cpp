@@ -256,7 +256,8 @@ std::vector<TElement> NamedElements(GstBin* bin)
         if (!kind.empty() && name.compare(0, kind.size(), kind) == 0 && name.size() > kind.size() &&
             name.find_first_not_of("0123456789", kind.size()) == std::string::npos)
             name = kind + std::to_string(counts[kind]++);
-        std::replace(name.begin(), name.end(), '.', '_');
+        std::replace_if(
+            name.begin(), name.end(), [](char c) { return c == '.' || c == '='; }, '_');
         named.push_back({name, std::move(element)});
     }
     return named;

@@ -15,8 +15,8 @@ namespace gst {
 /// An element of the line, and how it is called.
 struct TElement
 {
-    /// As the line says ("name=left"), with "_" for dots; else its kind and a number that counts from 0 within the line
-    /// ("videotestsrc0"), so that it is the same each time the line is opened.
+    /// As the line says ("name=left"), with "_" for "." and "="; else its kind and a number that counts from 0 within
+    /// the line ("videotestsrc0"), so that it is the same each time the line is opened.
     std::string name;
     CRef<GstElement> element;
 };

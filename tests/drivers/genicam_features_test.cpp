@@ -50,9 +50,11 @@ std::string Description()
         xml.insert(at, text);
     };
     insert("<pFeature>Debug</pFeature>", "<pFeature>AnalogControl</pFeature>");
-    insert("<pFeature>GainRaw</pFeature>", "<pFeature>Inner_Part</pFeature><pFeature>BlackLevel</pFeature>");
-    insert("<pFeature>TestRegister</pFeature>",
-           "<pFeature>TestBoolean</pFeature><pFeature>TestStringReg</pFeature><pFeature>Broken</pFeature>");
+    insert("<pFeature>GainRaw</pFeature>",
+           "<pFeature>Inner_Part</pFeature><pFeature>BlackLevel</pFeature>"
+           "<pFeature>TestBoolean</pFeature><pFeature>TestRegister</pFeature><pFeature>TestStringReg</pFeature>"
+           "<pFeature>Broken</pFeature><pFeature>A=B</pFeature>");
+    insert("<pFeature>TestRegister</pFeature>\n\t</Category>", "<pFeature>StructEntry_0_15</pFeature>");
     insert("<pFeature>DeviceVersion</pFeature>", "<pFeature>Temperature</pFeature>");
     insert("<pValue>GainRawRegister</pValue>", "<Unit>dB</Unit><Inc>5</Inc>");
     insert("<Max>10000000.0</Max>", "<pMax>AcquisitionFramePeriod</pMax><!--");
@@ -64,6 +66,7 @@ std::string Description()
            "<Boolean Name=\"LUTEnable\"><pValue>LUTEnableRegister</pValue></Boolean>"
            "<Enumeration Name=\"Broken\"><EnumEntry Name=\"Never\"><Value>77</Value></EnumEntry>"
            "<pValue>BlackLevelRegister</pValue></Enumeration>"
+           "<Integer Name=\"A=B\"><Value>1</Value></Integer>"
            "<Integer Name=\"Secret\"><Visibility>Guru</Visibility><Value>1</Value></Integer>"
            "<Integer Name=\"Temperature\"><Unit>C</Unit><pValue>TemperatureRegister</pValue></Integer>"
            "<Integer Name=\"BlackLevel\"><pIsLocked>TLParamsLocked</pIsLocked><pValue>BlackLevelRegister</pValue>"
@@ -184,9 +187,9 @@ TEST_F(GenicamFeatures, AreWhatTheDescriptionHas)
                     "Image Format Control.Sensor Width 5 2048", "Acquisition Control.Trigger Activation 3 RisingEdge",
                     "Acquisition Control.Trigger Mode 3 Off", "Acquisition Control.Trigger Selector 3 FrameStart",
                     "Acquisition Control.Trigger Source 3 Line0", "Analog Control.Inner Part.LUT Enable 0 FALSE",
-                    "Debug.Test Boolean 0 FALSE", "Debug.Test Register 13 305419896",
-                    HasSubstr("Debug.Test String Reg 4 ")));
-    EXPECT_THAT(told_, ElementsAre(HasSubstr("Broken: left out: ")));
+                    "Analog Control.Test Boolean 0 FALSE", "Analog Control.Test Register 13 305419896",
+                    HasSubstr("Analog Control.Test String Reg 4 ")));
+    EXPECT_THAT(told_, testing::UnorderedElementsAre(HasSubstr("Broken: left out: "), HasSubstr("A=B: left out: ")));
     boost::any limits;
     ui::PanelManagerInstance().Variable(At("Gain.Value").Id())->GetAttribute(limits);
     const auto gain = boost::any_cast<ui::var::types::range<long>::attributes_type>(limits);
@@ -203,15 +206,15 @@ TEST_F(GenicamFeatures, KeepAndTellWhatTheCameraTookInstead)
     EXPECT_THAT(told_, ElementsAre("Exposure.Time: asked 12.3 us, the camera took 12 us"));
     EXPECT_EQ(updated, std::set<long>({At("Exposure.Time").Id()}));
 
-    Set("Debug.Test String Reg", "any");
-    EXPECT_EQ(Get("Debug.Test String Reg"), "any");
+    Set("Analog Control.Test String Reg", "any");
+    EXPECT_EQ(Get("Analog Control.Test String Reg"), "any");
     EXPECT_EQ(told_.size(), 1U);
 
     // The value of another feature, because it shares a register.
     updated.clear();
-    Set("Debug.Test Boolean", "on");
-    EXPECT_EQ(Get("Debug.Test Register"), "321");
-    EXPECT_EQ(updated.count(At("Debug.Test Register").Id()), 1U);
+    Set("Analog Control.Test Boolean", "on");
+    EXPECT_EQ(Get("Analog Control.Test Register"), "321");
+    EXPECT_EQ(updated.count(At("Analog Control.Test Register").Id()), 1U);
     ui::PanelManagerInstance().Disconnect(observer);
 }
 
@@ -233,7 +236,7 @@ TEST_F(GenicamFeatures, RefuseWhatTheCameraCannotHave)
         {"Image.Pixel Format", "Mono16", "to have another, change FB"},
         {"Black Level.Value", "1", "Black Level.Value: found a feature that the camera has locked"},
         {"Device.Identity.Model", "Better", "Device.Identity.Model: found Better, wanted nothing"},
-        {"Debug.Test String Reg", "a text that is longer than the register", "39 bytes, wanted at most 32"},
+        {"Analog Control.Test String Reg", "a text that is longer than the register", "39 bytes, wanted at most 32"},
     };
     for (const auto& row : rows) {
         const std::string before = Get(row.name);
@@ -345,7 +348,8 @@ TEST_F(GenicamFeatures, OutliveTheCamera)
     features_->Reapply();
     Tend(50);
     features_.reset();
-    EXPECT_EQ(ErrorOfSet("Exposure.Time", "600"), "Exposure.Time: the camera is closed");
+    EXPECT_EQ(ErrorOfSet("Exposure.Time", "600"),
+              "Exposure.Time: found a source that is closed, wanted one that is open");
     EXPECT_EQ(Get("Exposure.Time"), "500");
 }
 

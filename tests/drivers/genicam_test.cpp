@@ -2,7 +2,6 @@
 #include <arv.h>
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <set>
@@ -119,7 +118,6 @@ public:
 
     // Within Wait(), or after Stop().
     Numbers numbers;
-    std::vector<boost::posix_time::ptime> stamps;
     std::set<const void*> places;                               // of pixels
     std::vector<boost::shared_ptr<const cimage::CImage>> held;  // the last ones
     std::size_t hold = 1;                                       // so many
@@ -133,7 +131,6 @@ private:
         const std::lock_guard<std::mutex> lock(mutex_);
         EXPECT_EQ(frame.counter1, numbers.size() + AllLost());  // each lost one is in the numbers, once
         numbers.push_back(frame.counter1);
-        stamps.push_back(frame.time_stamp);
         places.insert(frame.image->Data());
         held.push_back(frame.image);
         if (held.size() > hold)
@@ -303,7 +300,7 @@ TEST_F(Genicam, FramesThatLostPacketsAreCountedAndTheirPacketsToo)
     EXPECT_GT(run.counted["missing packets"], 0U);
 }
 
-TEST_F(Genicam, ACameraThatVanishesIsWaitedForUntilTheSameOneIsBack)
+TEST_F(Genicam, ACameraThatVanishesIsNotReplacedByAnother)
 {
     Loopback camera = MakeLoopback("GV77");
     CRunning run(driver_, "127.0.0.1", full, {{"ROI", "640, 128, 767, 255"}});
@@ -313,17 +310,9 @@ TEST_F(Genicam, ACameraThatVanishesIsWaitedForUntilTheSameOneIsBack)
     EXPECT_THAT(ErrorOf([&] { run.source->SetRegion(dev::camera::CRoI(2048, 2048)); }), HasSubstr("it is gone"));
     camera = MakeLoopback("GV78");
     ASSERT_EQ(run.WaitForWord("SERIAL: found the device \"GV78\", wanted \"GV77\""), "");
-    camera.reset();
-    camera = MakeLoopback("GV77");
-    ASSERT_EQ(run.WaitForWord("the camera is back after "), "");
-    ASSERT_TRUE(run.WaitForFrames(3));
-    EXPECT_EQ(WidthOf(camera), 128U);
-
-    camera.reset();
-    ASSERT_TRUE(run.Wait([&] { return run.interruptions["camera gone"] == 2; }));
+    EXPECT_EQ(WidthOf(camera), 512U);
     run.Stop();
     EXPECT_EQ(run.held.back()->Descriptor(), "Mono8 128x128");
-    EXPECT_TRUE(std::is_sorted(run.stamps.begin(), run.stamps.end(), std::less_equal<boost::posix_time::ptime>()));
 }
 
 }  // namespace

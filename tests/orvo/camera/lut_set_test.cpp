@@ -59,7 +59,6 @@ TEST_F(LUTs, AreSavedWithTheirFiles)
                           {"LUT C", "$DATA_DIR/gone$DATA_DIR"},
                           {"LUT D", here},
                           {"LUTE", "$DATA_DIR/more/left.lut"},
-                          {"lut", "$DATA_DIR/other"},
                           {"A LUT", "$DATA_DIR/other"}}),
                     vars);
     camera.LoadLUTs(File({{"LUT", "again"}}), vars);
