@@ -165,6 +165,7 @@ private:
     const TSubject& subject_;
     const TProgress& progress_;
     boost::optional<capture::TDescription> description_;
+    bool opens_ = true;              ///< until it is tried
     boost::optional<TBooks> books_;  ///< after the first run
     std::weak_ptr<void> last_run_;
     std::string left_changed_;  ///< by the check that has just failed
@@ -196,6 +197,8 @@ TResult CChecks::Try(const char* name, Method check)
 {
     if (!last_run_.expired())
         return {name, Verdict::Skipped, "the source of an earlier check is still running"};
+    if (!opens_)
+        return {name, Verdict::Skipped, "the source does not open"};
     left_changed_.clear();
     try {
         return {name, Verdict::Passed, (this->*check)()};
@@ -243,7 +246,9 @@ std::string CChecks::Describe()
 
 std::string CChecks::OpenOne()
 {
+    opens_ = false;
     const auto source = OpenSource();
+    opens_ = true;
     const capture::TIdentity identity = source->Identity();
     if (description_ && Text(identity) != Text(description_->identity))
         throw failed("found " + Text(identity) + ", wanted " + Text(description_->identity) + ", as it was described");

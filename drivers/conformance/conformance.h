@@ -16,7 +16,8 @@
 //   leak        threads and open files are no more than after the first run, and nobody holds an image
 //
 // Every wait is bounded: a source that gives no frame fails, and so does one whose Run() does not return; that one is
-// left alone, on the thread that it holds, and the checks behind it are skipped.
+// left alone, on the thread that it holds, and the checks behind it are skipped. So are those of a source that does not
+// open.
 #ifndef CONFORMANCE_CONFORMANCE_H
 #define CONFORMANCE_CONFORMANCE_H
 

@@ -90,6 +90,7 @@ private:
     bool IsEnabled(std::size_t index) const;
 
     bool IsGoverned(const TItem& item) const;
+    bool CanBeSet(const TItem& item) const;
     void CheckAllowed(const TItem& item, const TValue& value) const;
     void Give(_ArvDevice* device, std::size_t index, const TValue& value, TNews& news);
     void Refresh(_ArvDevice* device, std::size_t index, TNews& news);
@@ -125,7 +126,7 @@ void CFeatures::CImpl::Open()
         if (found == properties_.end())
             found =
                 properties_.insert(found, boost::make_shared<dev::camera::VideoProperty>(item.place.property, nullptr));
-        item.enabled = item.enabled && !IsGoverned(item);
+        item.enabled = item.enabled && CanBeSet(item);
         item.shown = MakeAttribute(i);
         item.shown->Enabled(item.enabled);
         (*found)->AddAttribute(*item.shown);
@@ -203,6 +204,12 @@ bool CFeatures::CImpl::IsGoverned(const TItem& item) const
     return item.governor && items_[*item.governor].mode->Mode() != Mode::Manual;
 }
 
+/// The pixel format is the frames', by "FB": it shows what there is to choose from, and nobody chooses here.
+bool CFeatures::CImpl::CanBeSet(const TItem& item) const
+{
+    return !item.place.read_only && !IsGoverned(item) && item.place.feature != "PixelFormat";
+}
+
 void CFeatures::CImpl::Set(std::size_t index, const TValue& value)
 {
     TNews news;
@@ -268,7 +275,7 @@ void CFeatures::CImpl::Refresh(_ArvDevice* device, std::size_t index, TNews& new
     const CFeatureNode node(device, item.place.feature);
     const bool available = node.Kind() == item.kind && node.IsAvailable();
     const TValue value = available ? node.Read() : item.taken;
-    const bool enabled = available && !item.place.read_only && !IsGoverned(item);
+    const bool enabled = available && CanBeSet(item);
     if (value == item.taken && enabled == item.enabled)
         return;
     {

@@ -33,7 +33,7 @@ TItem MakeItem(_ArvDevice* device, const TPlace& place)
         item.taken = node.Read();
     if (item.mode)
         item.mode->Asked(ModeOf(item.taken));
-    item.enabled = available && !place.read_only;
+    item.enabled = available;
     return item;
 }
 

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <stdexcept>
 
 #include "conformance/conformance.h"
 #include "rig/fault.h"
@@ -16,6 +16,12 @@
 namespace host {
 
 namespace {
+
+/// What the user asked for is not there.
+struct bad_argument : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
 
 /// A device that answered.
 struct TFound
@@ -178,35 +184,42 @@ ExitCode List(const TDevicesOptions& options, const std::optional<TSourceText>& 
     else if (!source)
         console.Say("no device answers; pictures, recordings, pipelines and addresses are sources, too: orvo plugins");
     for (const std::string& fault : faults)
-        console.Say(fault);
+        console.Say(OneLine(fault));
     return faults.empty() ? Done : Failed;
 }
 
-/// The section of the rig's camera that the checks use, and its format.
-kt::ini::INIFile SectionOf(const TDevicesOptions& options, std::string& format)
+/// The section of the rig's camera that the checks use.
+kt::ini::INIFile SectionOf(const TDevicesOptions& options)
 {
     if (options.rig.empty())
         return NoSettings();
     std::vector<TFault> faults;
     const TRig rig = ReadRig(options.rig, faults);
     const TDevice* const camera = rig.Find(options.camera);
-    if (camera == nullptr || camera->type != DeviceType::Camera)
-        throw std::runtime_error(fmt::format("--camera: found {}, wanted one of {}", Quoted(options.camera),
-                                             fmt::join(CameraNames(rig), ", ")));
-    format = ValueOr(camera->settings, "FB", {});
-    return camera->settings;
+    if (camera != nullptr && camera->type == DeviceType::Camera)
+        return camera->settings;
+    const auto names = CameraNames(rig);
+    std::string text = fmt::format("--camera: found {}, wanted {}", Quoted(options.camera),
+                                   names.empty() ? "the name of a camera, and the file has none"
+                                                 : fmt::format("one of {}", fmt::join(names, ", ")));
+    for (const TFault& fault : faults)
+        text += "; " + Text(options.rig.string(), fault);
+    throw bad_argument(text);
 }
 
 std::string AsJson(const TDevicesOptions& options, const std::string& format,
-                   const std::vector<conformance::TResult>& results)
+                   const std::vector<conformance::TResult>& results, const std::vector<std::string>& faults)
 {
     Json checks = Json::array();
     for (const auto& result : results)
         checks.push_back({{"check", result.check},
                           {"verdict", conformance::VerdictName(result.verdict)},
                           {"text", OneLine(result.text)}});
-    return JsonText(
-        {{"source", options.source}, {"format", format}, {"passed", conformance::Passed(results)}, {"checks", checks}});
+    return JsonText({{"source", options.source},
+                     {"format", format},
+                     {"passed", faults.empty() && conformance::Passed(results)},
+                     {"checks", checks},
+                     {"faults", faults}});
 }
 
 std::string Summary(const std::string& source, const std::vector<conformance::TResult>& results)
@@ -223,8 +236,8 @@ std::string Summary(const std::string& source, const std::vector<conformance::TR
 ExitCode Test(const TDevicesOptions& options, const TSourceText& source, CModules& modules, CConsole& console)
 {
     const capture::CDriver& driver = DriverOf(source.scheme, modules);
-    std::string format;
-    const kt::ini::INIFile settings = SectionOf(options, format);
+    const kt::ini::INIFile settings = SectionOf(options);
+    std::string format = ValueOr(settings, "FB", {});
     const auto request = [&] {
         return capture::TRequest{source.location, WorkingFolder(), settings, format,
                                  [&](const std::string& sentence) { console.Say(OneLine(sentence)); }};
@@ -248,7 +261,7 @@ ExitCode Test(const TDevicesOptions& options, const TSourceText& source, CModule
     };
     console.Say(fmt::format("{}: the checks change settings of a device and put them back", options.source));
     const auto results = conformance::Check(subject, progress);
-    WriteResult(options.json ? AsJson(options, format, results) : Summary(options.source, results));
+    WriteResult(options.json ? AsJson(options, format, results, {}) : Summary(options.source, results));
     return conformance::Passed(results) ? Done : Failed;
 }
 
@@ -256,14 +269,26 @@ ExitCode Test(const TDevicesOptions& options, const TSourceText& source, CModule
 
 ExitCode Devices(const TDevicesOptions& options, CConsole& console)
 {
+    const auto refuse = [&](ExitCode code, const std::string& what) {
+        const std::string text = OneLine(what);
+        console.Say(text);
+        if (options.json)
+            WriteResult(options.test ? AsJson(options, {}, {}, {text}) : AsJson({}, {text}));
+        return code;
+    };
     const auto source = SplitSource(options.source);
-    if ((options.test || !options.source.empty()) && !source) {
-        console.Say(fmt::format("SOURCE: found {}, wanted \"SCHEME:LOCATION\", for instance \"genicam:192.168.1.10\"",
-                                options.source.empty() ? "nothing" : Quoted(options.source)));
-        return BadArguments;
-    }
+    if ((options.test || !options.source.empty()) && !source)
+        return refuse(BadArguments,
+                      fmt::format("SOURCE: found {}, wanted \"SCHEME:LOCATION\", for instance \"genicam:192.168.1.10\"",
+                                  options.source.empty() ? "nothing" : Quoted(options.source)));
     CModules modules;
-    return options.test ? Test(options, *source, modules, console) : List(options, source, modules, console);
+    try {
+        return options.test ? Test(options, *source, modules, console) : List(options, source, modules, console);
+    } catch (const bad_argument& error) {
+        return refuse(BadArguments, error.what());
+    } catch (const std::exception& error) {
+        return refuse(Failed, error.what());
+    }
 }
 
 }  // namespace host

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <map>
+#include <set>
+#include <utility>
 
 #include "rig/check_settings.h"
 #include "rig/check_tree.h"
@@ -136,6 +138,19 @@ void CheckCamera(const TRig& rig, const TDevice& camera, CModules* modules, TChe
     CheckTree(rig, camera, modules, try_lines, check.faults);
 }
 
+/// Some drivers check keys that every camera has, too. What is told of one is told once, by who weighs more.
+void DropRepeated(std::vector<TFault>& faults)
+{
+    std::set<std::pair<std::string, std::string>> told;
+    for (const TFault& fault : faults)
+        if (!fault.of_source)
+            told.insert({fault.section, fault.key});
+    const auto is_repeated = [&told](const TFault& fault) {
+        return fault.of_source && told.count({fault.section, fault.key}) > 0;
+    };
+    faults.erase(std::remove_if(faults.begin(), faults.end(), is_repeated), faults.end());
+}
+
 }  // namespace
 
 TCheck CheckRig(const std::filesystem::path& file, CModules* modules, TRig* rig,
@@ -152,6 +167,7 @@ TCheck CheckRig(const std::filesystem::path& file, CModules* modules, TRig* rig,
             CheckSettings(*rig, device, nullptr, check.faults);
         CheckRelativeTo(*rig, device, check.faults);
     }
+    DropRepeated(check.faults);
     SortByLine(check.faults);
     return check;
 }

@@ -383,7 +383,7 @@ dev::camera::CRoI ParseRegion(dev::camera::CRoI roi, const std::string& format, 
         } catch (const boost::bad_lexical_cast&) {
             wanted = "whole numbers of pixels";
         } catch (const std::runtime_error& error) {
-            wanted = fmt::format("a region of the sensor: {}", error.what());
+            wanted = fmt::format("a region within the {} pixels of \"FB\" ({})", roi.StrSensor(), error.what());
         }
     }
     if (!wanted.empty())

@@ -25,12 +25,12 @@ TFault FaultFromText(std::size_t line, const std::string& section, const std::st
 std::string Quoted(const std::string& value)
 {
     if (value.size() <= longest_value)
-        return fmt::format("\"{}\"", value);
+        return fmt::format("\"{}\"", OneLine(value));
     // A value of any length may come from the file; cut it without cutting a UTF-8 character in two.
     std::size_t end = longest_value;
     while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0) == 0x80)
         --end;
-    return fmt::format("\"{}...\" ({} bytes)", value.substr(0, end), value.size());
+    return fmt::format("\"{}...\" ({} bytes)", OneLine(value.substr(0, end)), value.size());
 }
 
 std::string OneLine(const std::string& text)

@@ -61,13 +61,22 @@ void CInputLines::Read(int file)
 void CInputLines::HandOut(std::string& begun)
 {
     std::size_t begin = 0;
-    for (auto end = begun.find('\n'); end != std::string::npos; end = begun.find('\n', begin)) {
+    if (skipping_) {
+        const auto end = begun.find('\n');
+        if (end == std::string::npos)
+            return begun.clear();
+        skipping_ = false;
+        begin = end + 1;
+    }
+    for (auto end = begun.find('\n', begin); end != std::string::npos; end = begun.find('\n', begin)) {
         on_line_(begun.substr(begin, end - begin));
         begin = end + 1;
     }
     begun.erase(0, begin);
-    if (begun.size() > longest)
+    if (begun.size() > longest) {
+        skipping_ = true;
         on_line_(std::exchange(begun, {}));
+    }
 }
 
 }  // namespace host

@@ -14,7 +14,7 @@ namespace host {
 class CInputLines
 {
 public:
-    static constexpr std::size_t longest = 4096;  ///< bytes of a line; what is longer comes in pieces
+    static constexpr std::size_t longest = 4096;  ///< bytes of a line; the rest of a longer one is left out
 
     /// `on_line` gets each line without its end, the last one also when it has none; on the object's thread, and the
     /// next one once it has returned. It must not throw.
@@ -30,7 +30,8 @@ private:
     void HandOut(std::string& begun);
 
     const std::function<void(const std::string&)> on_line_;
-    int stop_[2];  ///< a pipe; that its writing end is closed ends the thread
+    bool skipping_ = false;  ///< the rest of a line that was too long
+    int stop_[2];            ///< a pipe; that its writing end is closed ends the thread
     std::thread thread_;
 };
 

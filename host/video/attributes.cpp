@@ -49,6 +49,13 @@ std::runtime_error Refusal(const std::string& text, const std::string& wanted)
     return std::runtime_error(fmt::format("found {}, wanted {}", Quoted(text), wanted));
 }
 
+/// Drivers begin their errors with the setting, and so do those who show them.
+std::string WithoutName(const std::string& name, const std::string& text)
+{
+    const std::string prefix = name + ": ";
+    return text.compare(0, prefix.size(), prefix) == 0 ? text.substr(prefix.size()) : text;
+}
+
 /// Of a number: "a whole number from 1 to 20 us".
 std::string Wanted(const Attribute& attribute, const TVideoLimits& limits)
 {
@@ -108,6 +115,8 @@ void CVideoAttributes::Set(const std::string& name, const std::string& text) con
         VariableOf(attribute)->Set(text, ui::detail::Access_Label, 0);
     } catch (const boost::bad_lexical_cast&) {
         throw Refusal(text, Wanted(attribute, limits));
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(WithoutName(name, error.what()));
     }
     attribute.Update();
 }

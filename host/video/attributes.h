@@ -40,8 +40,8 @@ public:
     /// Throws std::runtime_error, "found …, wanted …", for an unknown name.
     Attribute& Find(const std::string& name) const;
 
-    /// Throws what Find, the text and the driver's setter throw, as "found …, wanted …". Whoever listens hears of the
-    /// change, as if the user had moved the widget.
+    /// Throws what Find, the text and the driver's setter throw, as "found …, wanted …", without the name. Whoever
+    /// listens hears of the change, as if the user had moved the widget.
     void Set(const std::string& name, const std::string& text) const;
 
 private:

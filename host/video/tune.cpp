@@ -54,13 +54,28 @@ std::string Line(const std::string& name, const CVideoAttributes::Attribute& att
     return OneLine(text);
 }
 
-std::string All(CTunable& camera)
+/// Of all settings whose names begin so, a line each.
+std::string Lines(const CTunable& camera, const std::string& begin)
 {
     std::string text;
     for (const auto& [name, attribute] : camera.Settings().All())
-        if (attribute->Kind() != CVideoAttributes::Attribute::Type::Group)
+        if (name.compare(0, begin.size(), begin) == 0 && attribute->Kind() != CVideoAttributes::Attribute::Type::Group)
             text += fmt::format("\n  {}", Line(name, *attribute));
-    return text + fmt::format("\n  {} = {}", region_name, camera.Region());
+    return text;
+}
+
+/// Of the camera, with an empty name, of a setting, or of a property and what is below it.
+std::string Tell(const CTunable& camera, const std::string& name)
+{
+    const std::string region = fmt::format("{} = {}", region_name, camera.Region());
+    if (name.empty())
+        return camera.Name() + Lines(camera, {}) + "\n  " + region;
+    if (name == region_name)
+        return camera.Name() + ' ' + region;
+    const std::string lines = Lines(camera, name + '.');
+    if (!lines.empty())
+        return camera.Name() + ' ' + name + lines;
+    return camera.Name() + ' ' + Line(name, camera.Settings().Find(name));
 }
 
 std::string Set(CTunable& camera, const std::string& name, const std::string& value)
@@ -121,11 +136,8 @@ std::string CTune::Answer(const std::string& line) const
     const std::string rest = Trimmed(line.substr(camera->Name().size()));
     const auto equals = rest.find('=');
     return BetweenFrames(*camera, [&] {
-        if (rest.empty())
-            return camera->Name() + All(*camera);
         if (equals == std::string::npos)
-            return camera->Name() + ' ' +
-                   (rest == region_name ? rest + " = " + camera->Region() : Line(rest, camera->Settings().Find(rest)));
+            return Tell(*camera, rest);
         const std::string name = Trimmed(rest.substr(0, equals));
         return OneLine(
             fmt::format("{} {} = {}", camera->Name(), name, Set(*camera, name, Trimmed(rest.substr(equals + 1)))));

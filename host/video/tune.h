@@ -1,7 +1,7 @@
 // Settings changed by lines of text while cameras run:
 //
 //   CAMERA NAME = VALUE    sets a setting, "left Exposure.Time = 2000", or, as ROI, the region: "left ROI = 256 256"
-//   CAMERA NAME            tells its value and limits
+//   CAMERA NAME            tells its value and limits; of a property, "left Gain", those of all its settings
 //   CAMERA                 tells those of all its settings
 //   save                   writes the settings of all cameras into the rig file
 //

@@ -1,10 +1,13 @@
 #include "video/video_keys.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 #include <algorithm>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
+#include <cerrno>
 #include <iterator>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "base/number_text.h"
@@ -164,8 +167,13 @@ TVideoSaved SaveVideoValues(const std::filesystem::path& rig, const std::vector<
                 fmt::format("{}: [{}] {}: {}", rig.string(), value.camera, VideoKey(value.name), error.what())));
         }
     }
-    if (!saved.changes.empty())
-        file.Save();
+    if (saved.changes.empty())
+        return saved;
+    // Saving puts a new file in the old one's place, which the folder's rights allow.
+    if (access(rig.c_str(), W_OK) != 0)
+        throw std::runtime_error(fmt::format("{}: found {}, wanted a file that may be written", rig.string(),
+                                             std::generic_category().message(errno)));
+    file.Save();
     return saved;
 }
 

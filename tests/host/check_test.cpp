@@ -88,11 +88,11 @@ ROI = 0 0 7 5 => ROI = 0 0 7
 15: [left] ROI: found "0 0 7", wanted "width height" or "left top right bottom"
 
 ROI = 0 0 7 5 => ROI = 3 0 3 5
-15: [left] ROI: found "3 0 3 5", wanted a region of the sensor: RoI is empty
+15: [left] ROI: found "3 0 3 5", wanted a region within the 8x6 pixels of "FB" (RoI is empty)
 
 ROI = 0 0 7 5 => ROI = 8 0 9 5
-15: [left] ROI: found "8 0 9 5", wanted a region of the sensor: ROI must be contained in 8x6;
-  Wrong RoI geometry is: (8, 0, 9, 5) (2, 6)
+15: [left] ROI: found "8 0 9 5", wanted a region within the 8x6 pixels of "FB" (ROI must be contained in 8x6;
+  Wrong RoI geometry is: (8, 0, 9, 5) (2, 6))
 
 ROI = 0 0 7 5 => ROI = 4 0 9 5
 15: [left] ROI: found "4 0 9 5", wanted a region within the 8x6 pixels of "FB"

@@ -107,7 +107,8 @@ TEST_F(VideoTest, LinesTuneARunningCameraAndSaveKeepsEditsOfOthers)
         {"my cam Exposure.Mode = Autp\n", "wanted one of Manual, Auto; did you mean \"Auto\"?\n"},
         {"your cam\n", "error: your cam: found no camera, wanted "},
         {"my cam\n", "\n  Exposure.Time = 2000 us (10 to 100000, step 10)\n"},
-        {"my cam ROI = 3 3\n", "error: my cam ROI = 3 3: found \"3 3\", wanted a region of the sensor"},
+        {"my cam Exposure\n", "ok: my cam Exposure\n  Exposure.Mode = "},
+        {"my cam ROI = 3 3\n", "error: my cam ROI = 3 3: found \"3 3\", wanted a region within the 8x6 pixels"},
         {"my cam ROI = 4 2 7 5\n", "ok: my cam ROI = 4 2 7 5\n"},
     };
     for (const auto& row : rows) {
