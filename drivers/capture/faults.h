@@ -1,4 +1,4 @@
-// What a driver does with the faults of a request that is to be opened all the same.
+// How a driver words the faults of a request, and what it does with them when it is to be opened all the same.
 #ifndef CAPTURE_FAULTS_H
 #define CAPTURE_FAULTS_H
 
@@ -9,6 +9,12 @@
 #include "capture/source.h"
 
 namespace capture {
+
+/// For TFault::found.
+inline std::string Quoted(const std::string& text)
+{
+    return "\"" + text + "\"";
+}
 
 /// Throws std::runtime_error with a line for each, if there are any.
 inline void ThrowFaults(const std::vector<TFault>& faults)

@@ -52,12 +52,6 @@ boost::shared_ptr<std::atomic<bool>> Watch(ArvCamera* camera)
     return lost;
 }
 
-bool Has(ArvCamera* camera, const char* feature)
-{
-    CError error;
-    return arv_camera_is_feature_available(camera, feature, error) && !error.Failed();
-}
-
 }  // namespace
 
 CGenicamSource::CGenicamSource(const TPlan& plan, const capture::TRequest& request) : plan_(plan), tell_(request.tell)

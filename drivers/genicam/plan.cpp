@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "base/number_text.h"
+#include "capture/faults.h"
 #include "dev/camera/roi.h"
 
 namespace genicam {
@@ -12,11 +13,6 @@ const char* const buffers_key = "BUFFERS";
 const char* const packet_size_key = "PACKET SIZE";
 
 namespace {
-
-std::string Quoted(const std::string& text)
-{
-    return "\"" + text + "\"";
-}
 
 void ReadCount(const kt::ini::INIFile& settings, const char* key, unsigned int least, unsigned int most,
                unsigned int* count, std::vector<capture::TFault>* faults)
@@ -29,8 +25,8 @@ void ReadCount(const kt::ini::INIFile& settings, const char* key, unsigned int l
     if (number >= least && number <= most)
         *count = number;
     else
-        faults->push_back(
-            {key, Quoted(text), "a whole number from " + std::to_string(least) + " to " + std::to_string(most)});
+        faults->push_back({key, capture::Quoted(text),
+                           "a whole number from " + std::to_string(least) + " to " + std::to_string(most)});
 }
 
 /// The region as far as it can be judged without the camera, whose increments may forbid more.
@@ -41,9 +37,10 @@ void ReadRegion(const kt::ini::INIFile& settings, TPlan* plan, std::vector<captu
     try {
         dev::camera::CRoI(plan->width, plan->height).Resize(plan->region);
     } catch (const boost::bad_lexical_cast&) {
-        faults->push_back({"ROI", Quoted(plan->region), "whole numbers of pixels"});
+        faults->push_back({"ROI", capture::Quoted(plan->region), "whole numbers of pixels"});
     } catch (const std::runtime_error& error) {
-        faults->push_back({"ROI", Quoted(plan->region), std::string("a region of the sensor: ") + error.what()});
+        faults->push_back(
+            {"ROI", capture::Quoted(plan->region), std::string("a region of the sensor: ") + error.what()});
     }
 }
 
@@ -54,7 +51,7 @@ TPlan ReadPlan(const capture::TRequest& request, std::vector<capture::TFault>* f
     TPlan plan;
     plan.location = request.location;
     if (plan.location.empty() || plan.location == "Fake_")
-        faults->push_back({"SOURCE", Quoted("genicam:" + plan.location),
+        faults->push_back({"SOURCE", capture::Quoted("genicam:" + plan.location),
                            "genicam: and the IP address, serial number or device id of a camera, or Fake_1"});
     ReadCount(request.settings, buffers_key, 2, 1000, &plan.buffers, faults);
     ReadCount(request.settings, packet_size_key, 576, 65535, &plan.packet_size, faults);
@@ -65,7 +62,7 @@ TPlan ReadPlan(const capture::TRequest& request, std::vector<capture::TFault>* f
         plan.height = image->Height();
         ReadRegion(request.settings, &plan, faults);
     } catch (const std::invalid_argument& error) {
-        faults->push_back({"FB", Quoted(request.format), error.what()});
+        faults->push_back({"FB", capture::Quoted(request.format), error.what()});
     }
     return plan;
 }

@@ -23,13 +23,6 @@ struct TFree
     void operator()(void* memory) const { g_free(memory); }
 };
 
-bool Has(ArvCamera* camera, const char* feature)
-{
-    CError error;
-    const bool available = arv_camera_is_feature_available(camera, feature, error);
-    return available && !error.Failed();
-}
-
 std::int64_t Read(ArvCamera* camera, const char* feature)
 {
     CError error;
@@ -128,6 +121,13 @@ std::string FormatNames(ArvCamera* camera)
 }
 
 }  // namespace
+
+bool Has(ArvCamera* camera, const char* feature)
+{
+    CError error;
+    const bool available = arv_camera_is_feature_available(camera, feature, error);
+    return available && !error.Failed();
+}
 
 TSensor ReadSensor(ArvCamera* camera)
 {

@@ -11,8 +11,11 @@ struct _ArvCamera;
 
 namespace genicam {
 
-// Everything here talks to the camera on the caller's thread, and throws std::runtime_error when the camera does not
-// answer or refuses.
+// Everything here talks to the camera on the caller's thread and, but for Has(), throws std::runtime_error when the
+// camera does not answer or refuses.
+
+/// Whether the camera has the feature now; false also for one that does not answer.
+bool Has(_ArvCamera* camera, const char* feature);
 
 /// What regions a camera can have. All in pixels.
 struct TSensor

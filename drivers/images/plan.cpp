@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "base/number_text.h"
+#include "capture/faults.h"
 #include "capture/passes.h"
 #include "images/natural_order.h"
 
@@ -86,20 +87,15 @@ bool IsStamps(const std::string& text, Stamps* stamps)
     return true;
 }
 
-std::string Quoted(const std::string& text)
-{
-    return "\"" + text + "\"";
-}
-
 void ReadKeys(const kt::ini::INIFile& settings, TPlan* plan, std::vector<capture::TFault>* faults)
 {
     std::string text;
     if (settings.efind(loop_key, text) && !capture::ParsePasses(text, &plan->passes))
-        faults->push_back({loop_key, Quoted(text), capture::passes_wanted});
+        faults->push_back({loop_key, capture::Quoted(text), capture::passes_wanted});
     if (settings.efind(fps_key, text) && !IsRate(text, &plan->fps))
-        faults->push_back({fps_key, Quoted(text), "frames per second, from 0.001 to 10000"});
+        faults->push_back({fps_key, capture::Quoted(text), "frames per second, from 0.001 to 10000"});
     if (settings.efind(stamps_key, text) && !IsStamps(text, &plan->stamps))
-        faults->push_back({stamps_key, Quoted(text), "FILE TIME, FILE NAME or CLOCK"});
+        faults->push_back({stamps_key, capture::Quoted(text), "FILE TIME, FILE NAME or CLOCK"});
 }
 
 void LookAtFiles(const std::string& pattern, const TPlan& plan, std::vector<capture::TFault>* faults)
