@@ -157,11 +157,12 @@ TEST_F(VideoTest, InputLinesComeFromFilesPipesAndNothing)
     const std::vector<std::string> whole = {"one", ""};  // of a pipe that stays open, the last line may still grow
     const std::pair<int, std::vector<std::string>> rows[] = {
         {open(file.c_str(), O_RDONLY), all}, {pipe_ends[0], whole}, {closed, {}}};
-    for (const auto& [input, wanted] : rows) {
+    for (const auto& row : rows) {
+        const std::vector<std::string>& wanted = row.second;
         std::vector<std::string> lines;
         std::promise<void> done;
         {
-            const host::CInputLines reader(input, [&](const std::string& line) {
+            const host::CInputLines reader(row.first, [&](const std::string& line) {
                 lines.push_back(line);
                 if (lines.size() == wanted.size())
                     done.set_value();
