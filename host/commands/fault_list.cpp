@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "commands/camera_names.h"
 #include "commands/fault_json.h"
 #include "system/console.h"
 
@@ -35,6 +36,14 @@ bool CFaultList::CanRun(const TCheck& check, const std::vector<std::string>& cam
         can_run = can_run && ((idle && fault.of_source) || of_data);
     }
     return can_run;
+}
+
+bool CFaultList::AreCameras(const std::vector<std::string>& cameras, const std::vector<std::string>& names)
+{
+    const auto unknown = UnknownCameras(cameras, names);
+    for (const std::string& text : unknown)
+        Add(text);
+    return unknown.empty();
 }
 
 ExitCode CFaultList::Guard(const std::function<ExitCode()>& command)

@@ -30,6 +30,9 @@ public:
     /// folder of its data may be gone.
     bool CanRun(const TCheck& check, const std::vector<std::string>& cameras, bool replaced);
 
+    /// Adds a fault for each of `cameras` that is none of `names`, those of the rig; true when there is none.
+    bool AreCameras(const std::vector<std::string>& cameras, const std::vector<std::string>& names);
+
     /// From here on the command has a result of its own.
     void Begin() { begun_ = true; }
 

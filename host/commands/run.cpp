@@ -174,10 +174,7 @@ ExitCode Run(const TRunOptions& options, CFaultList& faults, CConsole& console)
         return code;
     };
     const auto names = CameraNames(rig);
-    const auto unknown = UnknownCameras(options.cameras, names);
-    for (const std::string& text : unknown)
-        faults.Add(text);
-    if (!unknown.empty())
+    if (!faults.AreCameras(options.cameras, names))
         return BadArguments;
     const auto chosen = Chosen(options.cameras, names);
     if (chosen.empty())

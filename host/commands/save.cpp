@@ -43,10 +43,7 @@ ExitCode Save(const TSaveOptions& options, CFaultList& faults, CConsole& console
     if (!faults.CanRun(CheckRig(options.rig, &modules, &rig), options.cameras, false))
         return Failed;
     const auto names = CameraNames(rig);
-    const auto unknown = UnknownCameras(options.cameras, names);
-    for (const std::string& text : unknown)
-        faults.Add(text);
-    if (!unknown.empty())
+    if (!faults.AreCameras(options.cameras, names))
         return BadArguments;
 
     CCameraTalk talk(console);
